@@ -1,0 +1,7 @@
+# Every library that Lantern is built on, found once. All of them are packages of Debian 12 (scripts/setup).
+# Installed with the package, so that a consumer finds the same libraries by the same names.
+find_package(Threads REQUIRED)
+find_package(jsoncpp REQUIRED)
+find_package(spdlog REQUIRED)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)

@@ -1,0 +1,49 @@
+// One wait for many descriptors.
+#pragma once
+
+#include "software/utility/CDescriptor.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+/// Waits until one of its descriptors is ready. It stands on epoll, so neither FD_SETSIZE nor the number of
+/// descriptors that stay silent matters, and what is added stays added across waits.
+/// Level-triggered: a descriptor that is not emptied is ready again at the next wait. Not thread-safe; the
+/// descriptors are not owned and must be removed before they are closed.
+class CSelectWrapper
+{
+public:
+    struct SReady
+    {
+        std::uint64_t mTag = 0; ///< as given to `Add`
+        bool mReadable = false; ///< bytes, an end of file, a connection to accept, or an error to be read
+        bool mWritable = false; ///< only where `Watch` asked for it
+    };
+
+    /// @throws CException "Unable to create a select set" with the system error
+    CSelectWrapper();
+
+    /// Watches a descriptor for reading; a wait reports it under its tag.
+    /// @throws CException "Unable to watch descriptor %d" with the system error
+    void Add(int descriptor, std::uint64_t tag);
+    /// Chooses what of an added descriptor is reported; after `Add` it is reading alone.
+    void Watch(int descriptor, std::uint64_t tag, bool read, bool write);
+    /// A wake descriptor ends a wait as soon as it is readable and is never reported: its owner looks at it.
+    void AddWake(int descriptor);
+    void Remove(int descriptor) noexcept; ///< nothing happens for a descriptor that was not added
+
+    /// Waits at most this long (0 looks only) and fills the list of what is ready, in ascending order of tag.
+    /// An interrupting signal ends the wait early with nothing ready.
+    /// @returns whether any descriptor other than the wake descriptors is ready
+    bool Wait(unsigned timeoutMs);
+    const std::vector<SReady>& GetReady() const noexcept { return mReady; }
+
+    /// The set itself as a descriptor: readable as long as anything in it is ready, so that a loop which
+    /// waits on many front ends adds each of them once.
+    int GetDescriptor() const noexcept { return mEpoll.Get(); }
+
+private:
+    CDescriptor mEpoll;
+    std::vector<SReady> mReady;
+};
