@@ -76,7 +76,7 @@ std::string Ask(CJsonRpcServer& server, CJsonRpcTcpClient& client, const std::st
         server.ProcessMessages();
         client.Recv(answers, false);
     }
-    const std::string answer = answers.empty() ? "(no answer)" : answers.front();
+    std::string answer = answers.empty() ? "(no answer)" : answers.front();
     std::printf("> %s\n< %s\n", request.c_str(), answer.c_str());
     return answer;
 }
