@@ -1,10 +1,10 @@
 // Look-up of a control by its code, against one look-up in an ordered map.
 #include "software/bp/serial/CEventDispatcher.h"
 
+#include "bench/support/CAcceptingProxy.h"
 #include "bench/support/CSilentLog.h"
 #include "bench/support/NAllocations.h"
 #include "software/bp/serial/CProjCon.h"
-#include "software/bp/serial/IControlProxy.h"
 
 #include <benchmark/benchmark.h>
 
@@ -16,13 +16,6 @@
 
 namespace
 {
-class CAcceptingProxy : public IControlProxy
-{
-public:
-    bool ApplyValue(const std::string&, int) override { return true; }
-    bool ApplyText(const std::string&, const std::string&) override { return true; }
-};
-
 /// As many codes as a large projector has controls. Longer than a std::string keeps inside itself, so that a
 /// copy of the text would show as an allocation.
 std::vector<std::string> MakeCodes()

@@ -1,10 +1,10 @@
 // One change of a control nobody listens to, against the virtual call that it cannot do without.
 #include "software/bp/serial/CProjCon.h"
 
+#include "bench/support/CAcceptingProxy.h"
 #include "bench/support/CSilentLog.h"
 #include "bench/support/NAllocations.h"
 #include "software/bp/serial/CEventDispatcher.h"
-#include "software/bp/serial/IControlProxy.h"
 
 #include <benchmark/benchmark.h>
 
@@ -12,18 +12,6 @@
 
 namespace
 {
-/// Hardware that takes everything.
-class CAcceptingProxy : public IControlProxy
-{
-public:
-    bool ApplyValue(const std::string&, int value) override
-    {
-        benchmark::DoNotOptimize(value);
-        return true;
-    }
-    bool ApplyText(const std::string&, const std::string&) override { return true; }
-};
-
 void SetValue(benchmark::State& state)
 {
     CSilentLog log;
@@ -48,7 +36,7 @@ void SetValueLimit(benchmark::State& state)
 {
     CAcceptingProxy accepting;
     IControlProxy* proxy = &accepting;
-    benchmark::DoNotOptimize(proxy); // the compiler must not know which class stands behind it
+    benchmark::DoNotOptimize(proxy); // from here on any class may stand behind it
     const std::string code = "BRI";
     int value = 0;
     const auto before = NAllocations::GetCount();
