@@ -26,7 +26,8 @@ SOURCE = pathlib.Path(__file__).resolve().parent.parent
 START_SECONDS = 20  # a server that is not ready by then has failed
 GET = '{"jsonrpc":"2.0","id":1,"method":"control:get","params":["LUM"]}'
 SUBSCRIBE = '{"jsonrpc":"2.0","id":1,"method":"control:addListener","params":["BRI"]}'
-CHANGES = ['{"jsonrpc":"2.0","id":1,"method":"control:set","params":["BRI",%d]}' % value for value in (10, 20)]
+CHANGE = '{"jsonrpc":"2.0","id":1,"method":"control:set","params":["BRI",%d]}'
+CHANGES = [CHANGE % value for value in (10, 20)]  # in turn, so that each is one
 
 
 @dataclasses.dataclass
@@ -65,14 +66,17 @@ class Bench:
     def spawn(self, core, command, **options):
         return subprocess.Popen(command, preexec_fn=lambda: os.sched_setaffinity(0, {core}), **options)
 
-    def load(self, program, *arguments):
-        """Runs a program on the core of the load generator and returns what it printed, as JSON."""
-        with self.spawn(self.load_core, [self.program(program), *map(str, arguments)],
-                        stdout=subprocess.PIPE) as process:
+    def output_of(self, core, command, **options):
+        """Runs a program to its end and returns what it printed, read as JSON."""
+        with self.spawn(core, command, stdout=subprocess.PIPE, **options) as process:
             output = process.communicate()[0]
         if process.returncode != 0:
-            raise RuntimeError(f"{program} failed with exit code {process.returncode}")
+            raise RuntimeError(f"{command[0]} failed with exit code {process.returncode}")
         return json.loads(output)
+
+    def load(self, program, *arguments):
+        """What a load generator printed."""
+        return self.output_of(self.load_core, [self.program(program), *map(str, arguments)])
 
     @contextlib.contextmanager
     def server(self, command, ready):
@@ -101,8 +105,8 @@ class Bench:
             state, run = (os.path.join(folder, name) for name in ("state", "run"))
             os.mkdir(state)
             os.mkdir(run)
-            command = [self.program("apps/lanternd/lanternd"), "--port", "0", "--bind", "127.0.0.1", "--run-dir", run,
-                       "--state-dir", state, "--config-dir", str(SOURCE / "config")]
+            command = [self.program("apps/lanternd/lanternd"), "--port", "0", "--bind", "127.0.0.1",
+                       "--run-dir", run, "--state-dir", state, "--config-dir", str(SOURCE / "config")]
             with self.server(command, r"^lanternd ready: json-rpc=(\d+)") as started:
                 yield started
 
@@ -119,16 +123,13 @@ class Bench:
         return ours, limit
 
     def in_process(self, *names):
-        """Medians of benchmarks in lantern_bench: {name: {"ns": ..., "allocations": ...}}. Each is repeated as
-        often as there are rounds, in random order."""
+        """Medians of benchmarks in lantern_bench: {name: {"ns": ..., "allocations": ...}}. Each is repeated
+        as often as there are rounds, in random order."""
         command = [self.program("bench/lantern_bench"), "--benchmark_filter=^(%s)$" % "|".join(names),
                    f"--benchmark_repetitions={self.rounds}", "--benchmark_enable_random_interleaving=true",
                    f"--benchmark_min_time={self.seconds / 4}", "--benchmark_format=json"]
-        with self.spawn(self.server_core, command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as process:
-            output = process.communicate()[0]
-        if process.returncode != 0:
-            raise RuntimeError(f"lantern_bench failed with exit code {process.returncode}")
-        runs = [run for run in json.loads(output)["benchmarks"] if run["run_type"] == "iteration"]
+        output = self.output_of(self.server_core, command, stderr=subprocess.DEVNULL)
+        runs = [run for run in output["benchmarks"] if run["run_type"] == "iteration"]
         if failed := [run["name"] for run in runs if run.get("error_occurred")]:
             raise RuntimeError(f"lantern_bench: {failed[0]} failed")
         result = {}
@@ -187,10 +188,10 @@ def get_row(job, options, cpu_goal, p50_goal=None):
                 reply = client.call(GET)
             with bench.bare("bench/limits/bench_epoll_echo", reply) as (echo, echo_port):
                 def load(process, at):
-                    result = bench.load("bench/load/bench_request_load", "--port", at, "--request", GET, *options,
-                                        "--seconds", bench.seconds, "--server-pid", process.pid)
+                    result = bench.load("bench/load/bench_request_load", "--port", at, "--request", GET,
+                                        *options, "--seconds", bench.seconds, "--server-pid", process.pid)
                     if result["reply_bytes"] != len(reply) + 1:
-                        raise RuntimeError(f"replies of {result['reply_bytes']} bytes instead of {len(reply) + 1}")
+                        raise RuntimeError(f"replies of {result['reply_bytes']} bytes, not {len(reply) + 1}")
                     return result
                 ours, limit = bench.alternate(lambda: load(daemon, port), lambda: load(echo, echo_port))
         return compare(job, ours, limit, {"server_cpu_us": ("CPU/request", "us", cpu_goal),
@@ -199,8 +200,8 @@ def get_row(job, options, cpu_goal, p50_goal=None):
 
 
 def fan_out_row(job, subscribers, goal, finding_goal):
-    """Changes told to so many subscribers, against a bare loop of sends of the same text; and what finding those
-    subscribers takes of the sends."""
+    """Changes told to so many subscribers, against a bare loop of sends of the same text; and what finding
+    those subscribers takes of the sends."""
     def measure(bench):
         with bench.daemon() as (daemon, port):
             with Client(port) as listener, Client(port) as sender:
@@ -211,8 +212,9 @@ def fan_out_row(job, subscribers, goal, finding_goal):
                 def load(process, at, *options):
                     changes = [option for change in CHANGES for option in ("--change", change)]
                     return bench.load("bench/load/bench_fan_out_load", "--port", at, *options, *changes,
-                                      "--notification-size", len(notification) + 1, "--subscribers", subscribers,
-                                      "--seconds", bench.seconds, "--server-pid", process.pid)
+                                      "--notification-size", len(notification) + 1,
+                                      "--subscribers", subscribers, "--seconds", bench.seconds,
+                                      "--server-pid", process.pid)
                 return bench.alternate(lambda: load(daemon, port, "--subscribe", SUBSCRIBE),
                                        lambda: load(loop, loop_port))
 
@@ -232,7 +234,8 @@ def in_process_row(job, ours, limit, absolute_goal=None):
     def run(bench):
         medians = bench.in_process(ours, limit)
         mine, theirs = medians[ours], medians[limit]
-        yield Figure(job, "time", "ns", mine["ns"], theirs["ns"], mine["ns"] / theirs["ns"], absolute_goal, True)
+        yield Figure(job, "time", "ns", mine["ns"], theirs["ns"], mine["ns"] / theirs["ns"],
+                     goal=absolute_goal, absolute=True)
         yield Figure(job, "allocations", "", mine["allocations"], goal=0, absolute=True)
     return run
 
@@ -272,7 +275,8 @@ ROWS = {
 
 
 def number(value):
-    return "" if value is None else f"{value:.3g}" if abs(value) < 100 else f"{value:.0f}"
+    """Three digits that mean something: 0.00471, 5.49, 3846."""
+    return "" if value is None else f"{value:.3g}" if abs(value) < 1000 else f"{value:.0f}"
 
 
 def goal_text(figure):
@@ -283,8 +287,8 @@ def goal_text(figure):
 
 def print_table(figures):
     heads = ("job", "measure", "unit", "ours", "limit", "ratio", "goal", "")
-    rows = [(f.job, f.measure, f.unit, number(f.ours), number(f.limit),
-             "" if f.ratio is None else f"{f.ratio:.2f}" if f.ratio >= 0.1 else f"{f.ratio:.2g}", goal_text(f), f.verdict()) for f in figures]
+    rows = [(f.job, f.measure, f.unit, number(f.ours), number(f.limit), number(f.ratio), goal_text(f),
+             f.verdict()) for f in figures]
     widths = [max(len(row[i]) for row in [heads, *rows]) for i in range(len(heads))]
     right = {3, 4, 5}  # figures stand under each other's last digit
     for row in [heads, *rows]:
@@ -295,10 +299,11 @@ def print_table(figures):
 
 def parse_arguments():
     parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__.split("\n")[0])
-    parser.add_argument("rows", nargs="*", metavar="row", help="rows to measure (default: all): " + ", ".join(ROWS))
-    parser.add_argument("--quick", action="store_true", help="three short rounds instead of five: a rough look")
-    parser.add_argument("--json", action="store_true", help="print the figures as JSON instead of a table")
-    parser.add_argument("--build", type=pathlib.Path, default=SOURCE / "build/bench", help=argparse.SUPPRESS)
+    option = parser.add_argument
+    option("rows", nargs="*", metavar="row", help="rows to measure (default: all): " + ", ".join(ROWS))
+    option("--quick", action="store_true", help="three short rounds instead of five: a rough look")
+    option("--json", action="store_true", help="print the figures as JSON instead of a table")
+    option("--build", type=pathlib.Path, default=SOURCE / "build/bench", help="the build folder to measure")
     arguments = parser.parse_args()
     if unknown := [row for row in arguments.rows if row not in ROWS]:
         parser.error(f"there is no row {unknown[0]}; the rows are " + ", ".join(ROWS))
@@ -309,7 +314,7 @@ def busy_cores(seconds):
     """How many cores the machine keeps busy while nothing is measured."""
     def busy_ticks():
         fields = pathlib.Path("/proc/stat").read_text().split("\n")[0].split()[1:]
-        return sum(map(int, fields[:8])) - int(fields[3]) - int(fields[4])  # all but idle and waiting for a disk
+        return sum(map(int, fields[:8])) - int(fields[3]) - int(fields[4])  # all but idle and disk waits
 
     before = busy_ticks()
     time.sleep(seconds)
@@ -322,7 +327,8 @@ def main():
     resource.setrlimit(resource.RLIMIT_NOFILE, (limit, limit))  # the daemon serves 1000 clients
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # so that the servers are ended too
 
-    bench = Bench(arguments.build, rounds=3 if arguments.quick else 5, seconds=0.3 if arguments.quick else 1.0)
+    rounds, seconds = (3, 0.3) if arguments.quick else (5, 1.0)
+    bench = Bench(arguments.build, rounds, seconds)
     busy = busy_cores(seconds=0.5)
     if bench.load_core == bench.server_core:
         print("note: one core only; server and load generator disturb each other", file=sys.stderr)
