@@ -34,6 +34,8 @@ public:
     /// The codes an address is registered on, ascending, each with its count.
     std::vector<std::pair<std::string, int>> GetSubscriptions(const std::string& address) const;
 
+    int GetCount(const std::string& code, const std::string& address) const; ///< 0 when it is not registered
+
     /// Both append the addresses registered on the code.
     void GetIpcRecipientList(const std::string& code, std::list<std::string>& recipients) const;
     void GetC4jRecipientList(const std::string& code, std::list<std::string>& recipients) const;

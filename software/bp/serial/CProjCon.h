@@ -186,7 +186,7 @@ public:
 private:
     struct SIdentity; // what every kind of control has
 
-    CProjCon(const SIdentity& identity, EControlFamily expected, const char* refusal);
+    explicit CProjCon(const SIdentity& identity);
 
     void AddToDispatcher(const std::string& code);
     void StoreDefault(int value);

@@ -1,0 +1,155 @@
+// The network end of the JSON-RPC interface: connections, framing, sending.
+#pragma once
+
+#include "software/bp/c4j/SJsonRpcClient.h"
+#include "software/include/EAccessLevel.h"
+#include "software/jsonrpc/Server.h"
+#include "software/utility/CDescriptor.h"
+#include "software/utility/CSelectWrapper.h"
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+class ILog;
+
+/// Serves JSON-RPC over TCP: a message is one JSON text followed by one NUL. Everything happens on the one
+/// thread that calls `WaitMessage`; no socket ever blocks it.
+///
+/// Replies are joined and leave at the end of the read that asked for them, so that many requests in one
+/// segment cost one send. What a socket does not take waits, in order; above `kMaxOutput` bytes the client is
+/// purged, because a cut message would break its framing for good. The kernel drops a peer that acknowledges
+/// nothing for `kPeerTimeoutMs`.
+///
+/// A method or a notification may close any client, the one that is being served included.
+class CJsonRpcTcpServer : public Json::Rpc::Server
+{
+public:
+    using ClientList = std::list<std::unique_ptr<SJsonRpcClient>>; ///< ids ascend
+
+    struct SLimits
+    {
+        std::size_t mMaxClients;      ///< connections above it are closed at once
+        std::size_t mMaxPendingBytes; ///< received and unsent, of all clients; the greediest is purged first
+    };
+    static constexpr SLimits kDefaultLimits{SIZE_MAX, std::size_t{64} << 20};
+
+    static constexpr std::size_t kMaxPending = 500000; ///< bytes of one message that is not whole
+    static constexpr std::size_t kMaxOutput = std::size_t{4} << 20; ///< bytes that wait for one client
+    static constexpr unsigned kPeerTimeoutMs = 60000;
+
+    /// @param address  IPv4 address to bind to, see `Bind`
+    /// @param port     0 takes a free one
+    CJsonRpcTcpServer(const std::string& address, unsigned short port, ILog& log);
+    ~CJsonRpcTcpServer() override;
+
+    /// Puts the bound socket into listening state. @returns whether that worked (see errno)
+    bool Listen() const;
+    /// Accepts one connection. When descriptors have run out the listener pauses, until a client goes or a
+    /// second has passed.
+    /// @returns false when the server does not listen or the system has no connection for it
+    bool Accept();
+    /// One pass: waits for activity, accepts, receives and purges. A call from within a method does nothing.
+    void WaitMessage(unsigned timeoutMs);
+    /// Reads once from a client and runs every message that became whole.
+    void Recv(ClientList::iterator client);
+
+    /// Sends one text and a NUL, after the replies that wait for the client, and never a part of it only:
+    /// what the socket does not take at once follows before anything else.
+    /// @throws CException "Unable to send data to client ID:%d (client not found)", or
+    ///                    "Unable to send data to client %s [ID:%d]" with the system error, EAGAIN when older
+    ///                    output still waits or the socket takes nothing
+    void Send(unsigned id, const std::string& text);
+
+    bool IsClientConnected(unsigned id) const noexcept;
+    bool SetClientAccessLevel(unsigned id, EAccessLevel level);    ///< false for an unknown id
+    EAccessLevel GetClientAccessLevel(unsigned id) const noexcept; ///< 1 for an unknown id
+    std::size_t GetClientCount() const noexcept { return mClients.size(); }
+
+    void ForceClose(unsigned id); ///< closes and removes one client at once; an unknown id does nothing
+    void Close() override;        ///< closes and removes every client; the server goes on listening
+
+    void SetLimits(const SLimits& limits) noexcept { mLimits = limits; }
+    std::size_t GetPendingBytes() const noexcept { return mPendingBytes; } ///< of all clients, as limited
+
+    /// A descriptor of the host's that ends the wait of `WaitMessage` as soon as it is readable. Not owned;
+    /// take it away before it is closed.
+    void AddWakeDescriptor(int descriptor) { mSelect.AddWake(descriptor); }
+    void RemoveWakeDescriptor(int descriptor) noexcept { mSelect.Remove(descriptor); }
+
+    /// Is called with the id of each client that has been closed and removed, for whatever reason, so that
+    /// what is kept by client id can go too.
+    /// @returns the number by which to remove it, which whoever added it does before it goes
+    using ClientGoneObserver = std::function<void(unsigned id)>;
+    unsigned AddClientGoneObserver(ClientGoneObserver observer);
+    void RemoveClientGoneObserver(unsigned number) { mGoneObservers.erase(number); }
+
+    ILog& GetLog() const noexcept { return mLog; }
+
+protected:
+    /// A client was closed and removed; called before the observers. Not called by this class's destructor.
+    virtual void OnClientGone(unsigned id);
+
+    enum class ESend
+    {
+        Sent,    ///< by the socket, or partly by the client's buffer
+        Blocked, ///< nothing was sent: older output waits, or the socket takes nothing
+        Failed,  ///< nothing more will ever be sent; errno tells why
+        Unknown, ///< no such client
+    };
+    /// `Send` without its exceptions.
+    ESend TrySend(unsigned id, const std::string& text);
+
+private:
+    class CWalk; // keeps removed clients alive while it lives
+
+    SJsonRpcClient* Find(unsigned id) const noexcept;
+    void WatchListener();
+    void PauseListener(int error);
+    void ResumeListener();
+    unsigned LimitToPause(unsigned timeoutMs);
+    void ShedConnection();
+    void AddClient(CDescriptor socket);
+    void ServeClient(unsigned id, bool readable, bool writable);
+    void TakeBytes(SJsonRpcClient& client, const char* begin, const char* end);
+    void RunMessage(SJsonRpcClient& client, const char* begin, const char* end);
+    void AppendReply(SJsonRpcClient& client, const Json::Value& response);
+    void Flush(SJsonRpcClient& client);
+    void WatchWrite(SJsonRpcClient& client, bool write);
+    void FailOutput(SJsonRpcClient& client, int error);
+    void Charge(SJsonRpcClient& client);
+    void PurgeGreediest();
+    void Doom(SJsonRpcClient& client);
+    void Purge();
+    void Remove(ClientList::iterator client);
+    void TellGone(unsigned id) noexcept;
+
+    ILog& mLog;
+    ClientList mClients;
+    std::unordered_map<std::uint32_t, ClientList::iterator> mClientsById;
+    std::vector<std::uint32_t> mPurge; // ids
+    ClientList mRemoved;               // still held by a walk
+    unsigned mWalks = 0;
+    bool mInPass = false;
+
+    CSelectWrapper mSelect;
+    int mWatchedListener = -1;
+    bool mListenerPaused = false;
+    std::chrono::steady_clock::time_point mPausedUntil;
+    bool mFull = false;   // the client limit was logged
+    CDescriptor mReserve; // given up for a moment to close a connection that no descriptor is left for
+
+    SLimits mLimits = kDefaultLimits;
+    std::size_t mPendingBytes = 0;
+    std::map<unsigned, ClientGoneObserver> mGoneObservers;
+    unsigned mNextObserver = 1;
+    std::array<char, 4096> mBuffer; // shared by all clients: what stays is copied to the client
+};

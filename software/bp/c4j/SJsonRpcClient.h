@@ -1,0 +1,33 @@
+// One accepted connection of the JSON-RPC server.
+#pragma once
+
+#include "software/include/EAccessLevel.h"
+#include "software/utility/CDescriptor.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+/// What the server knows of a connected client. Closes the socket when it goes.
+struct SJsonRpcClient
+{
+    /// Takes the socket over, gives it the next id and asks the system for the peer's address.
+    explicit SJsonRpcClient(int socket);
+
+    std::size_t GetUnsent() const noexcept { return mOutput.size() - mOutputSent; } ///< bytes
+
+    std::string mPending;                    ///< bytes since the last NUL, not yet a whole message
+    CDescriptor mSocket;                     ///< closed as soon as the client is removed from the list
+    const std::uint32_t mId;                 ///< never used again within the process
+    const std::string mName;                 ///< address-port, for example 10.1.2.3-51234
+    EAccessLevel mAccessLevel = eAccessUser; ///< 1 until a log-in raises it
+
+    std::string mOutput;         ///< replies and rests of notifications; sent from `mOutputSent` on
+    std::size_t mOutputSent = 0; ///< bytes of `mOutput` that the socket took
+    std::size_t mCharged = 0;    ///< bytes counted against the budget of all clients
+    bool mWatchesWrite = false;  ///< the socket took less than it was given
+    bool mDoomed = false;        ///< on the purge list: nothing is read, run or sent any more
+    int mSendError = 0;          ///< errno of the failed send after which nothing is sent any more
+
+    static std::uint32_t mGlobalId; ///< the id of the next client
+};

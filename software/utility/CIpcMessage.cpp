@@ -1,0 +1,369 @@
+// Little-endian wire form: a header of 24 bytes, then the arguments without gaps.
+#include "software/utility/CIpcMessage.h"
+
+#include "software/utility/CByteReader.h"
+#include "software/utility/CByteWriter.h"
+#include "software/utility/CException.h"
+#include "software/utility/NByteOrder.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace
+{
+constexpr char kSource[] = "software/utility/CIpcMessage";
+
+constexpr std::size_t kCodeSize = 3;    // characters
+constexpr std::size_t kSubCodeSize = 4; // characters
+constexpr std::size_t kMinDigits = 3;   // display width of a number
+
+// Offsets in the header that a receiver needs before it reads the header as a whole.
+constexpr std::size_t kMagicSize = 2;
+constexpr std::size_t kLengthOffset = 22;
+
+constexpr std::size_t kArgHeaderSize = 4;                 // flags, modifier and key in front of the text
+constexpr std::size_t kArgExtraSize = kArgHeaderSize + 1; // and the zero byte behind it
+
+// The first character is the most significant byte of the field.
+std::uint32_t Pack(std::string_view text)
+{
+    std::uint32_t field = 0;
+    for (const char c : text)
+        field = (field << 8) | static_cast<unsigned char>(c);
+    return field;
+}
+
+std::string Unpack(std::uint32_t field, std::size_t size)
+{
+    std::string text(size, '\0');
+    for (std::size_t i = 0; i < size; ++i)
+        text[i] = static_cast<char>((field >> (8 * (size - 1 - i))) & 0xFF);
+    return text;
+}
+
+bool ParseNumber(const std::string& text, int& value)
+{
+    const char* end = text.data() + text.size();
+    int number = 0;
+    const auto result = std::from_chars(text.data(), end, number);
+    if (result.ec != std::errc() || result.ptr != end)
+        return false;
+    value = number;
+    return true;
+}
+} // namespace
+
+CIpcMessage::CIpcMessage(EMessageType type)
+{
+    mHeader.mType = type;
+    mHeader.mCode = Pack("!!!");
+    mHeader.mSubCode = Pack("!!!!");
+}
+
+CIpcMessage::CIpcMessage(const CIpcMessage& other)
+    : mHeader(other.mHeader)
+    , mArgs(other.mArgs)
+    , mSource(other.mSource)
+    , mDestination(other.mDestination)
+    , mSender(other.mSender)
+{
+}
+
+CIpcMessage& CIpcMessage::operator=(const CIpcMessage& other)
+{
+    if (this != &other)
+        *this = CIpcMessage(other);
+    return *this;
+}
+
+void CIpcMessage::SetFlag(EMessageFlag flag, bool on) noexcept
+{
+    mHeader.mFlags = static_cast<std::uint16_t>(on ? mHeader.mFlags | flag : mHeader.mFlags & ~flag);
+}
+
+void CIpcMessage::SetCode(const std::string& code)
+{
+    if (code.size() != kCodeSize)
+        throw CException(__func__, kSource, __LINE__, false, "Invalid code %s", code.c_str());
+    mHeader.mCode = Pack(code);
+}
+
+std::string CIpcMessage::GetCode() const
+{
+    return Unpack(mHeader.mCode, kCodeSize);
+}
+
+void CIpcMessage::SetSubCode(const std::string& subCode)
+{
+    if (!subCode.empty() && subCode.size() != kSubCodeSize)
+        throw CException(__func__, kSource, __LINE__, false, "Invalid subcode %s", subCode.c_str());
+    mHeader.mSubCode = Pack(subCode);
+}
+
+std::string CIpcMessage::GetSubCode() const
+{
+    return mHeader.mSubCode == 0 ? std::string() : Unpack(mHeader.mSubCode, kSubCodeSize);
+}
+
+void CIpcMessage::CopyHeader(const CIpcMessage& other)
+{
+    mHeader = other.mHeader;
+    mSender = other.mSender;
+}
+
+void CIpcMessage::AddArg(unsigned short key, int value, EParmFlags flags, unsigned char modifier)
+{
+    std::string text = std::to_string(value);
+    const std::size_t digits = text.size() - (value < 0 ? 1 : 0);
+    SArg& arg = MakeArg(key);
+    arg.mFlags = flags != eParmText ? static_cast<std::uint8_t>(flags)
+                                    : static_cast<std::uint8_t>(eParmNumber | std::max(digits, kMinDigits));
+    arg.mModifier = modifier;
+    arg.mValue = std::move(text);
+}
+
+void CIpcMessage::AddArg(unsigned short key, const std::string& text, unsigned char modifier)
+{
+    AddArg(key, text.c_str(), modifier);
+}
+
+void CIpcMessage::AddArg(unsigned short key, const char* text, unsigned char modifier)
+{
+    SArg& arg = MakeArg(key);
+    arg.mFlags = eParmText;
+    arg.mModifier = modifier;
+    arg.mValue = text;
+}
+
+CIpcMessage::SArg& CIpcMessage::MakeArg(unsigned short key)
+{
+    if (mArgs.size() >= kMaxArgs)
+        throw CException("AddArg", kSource, __LINE__, false,
+                         "Unable to add new message parameter.  MaxNumParms exceeded (%d)", key);
+    return mArgs[key];
+}
+
+void CIpcMessage::RemoveArg(unsigned short key)
+{
+    mArgs.erase(key);
+}
+
+void CIpcMessage::ClearArgs()
+{
+    mArgs.clear();
+    mHeader.mArgCount = 0;
+    mCursor = 0;
+}
+
+const CIpcMessage::SArg* CIpcMessage::FindArg(unsigned short key) const
+{
+    const auto entry = mArgs.find(key);
+    return entry == mArgs.end() ? nullptr : &entry->second;
+}
+
+bool CIpcMessage::GetArg(unsigned short key, std::string& value) const
+{
+    const SArg* arg = FindArg(key);
+    if (arg == nullptr)
+        return false;
+    value = arg->mValue;
+    return true;
+}
+
+bool CIpcMessage::GetArg(unsigned short key, int& value) const
+{
+    const SArg* arg = FindArg(key);
+    return arg != nullptr && arg->mFlags != eParmText && ParseNumber(arg->mValue, value);
+}
+
+bool CIpcMessage::GetArgFlags(unsigned short key, EParmFlags& flags) const
+{
+    const SArg* arg = FindArg(key);
+    if (arg == nullptr)
+        return false;
+    flags = static_cast<EParmFlags>(arg->mFlags);
+    return true;
+}
+
+bool CIpcMessage::GetModifier(unsigned short key, unsigned char& modifier) const
+{
+    const SArg* arg = FindArg(key);
+    if (arg == nullptr)
+        return false;
+    modifier = arg->mModifier;
+    return true;
+}
+
+bool CIpcMessage::IsNumberArg(unsigned short key) const
+{
+    const SArg* arg = FindArg(key);
+    return arg != nullptr && (arg->mFlags & eParmNumber) != 0;
+}
+
+bool CIpcMessage::IsTextArg(unsigned short key) const
+{
+    const SArg* arg = FindArg(key);
+    return arg != nullptr && arg->mFlags == eParmText;
+}
+
+void CIpcMessage::SetCharDelimiter(unsigned short key)
+{
+    const auto entry = mArgs.find(key);
+    if (entry != mArgs.end())
+        entry->second.mFlags |= eParmDelimiter;
+}
+
+bool CIpcMessage::GetFirstArg(unsigned short& key, std::string& value) const
+{
+    mCursor = 0;
+    return GetNextArg(key, value);
+}
+
+bool CIpcMessage::GetNextArg(unsigned short& key, std::string& value) const
+{
+    constexpr std::uint32_t kLastKey = 0xFFFF;
+    if (mCursor > kLastKey)
+        return false;
+    const auto entry = mArgs.lower_bound(static_cast<unsigned short>(mCursor));
+    mCursor = entry == mArgs.end() ? kLastKey + 1 : std::uint32_t{entry->first} + 1;
+    if (entry == mArgs.end())
+        return false;
+    key = entry->first;
+    value = entry->second.mValue;
+    return true;
+}
+
+void CIpcMessage::MakeReply(unsigned short address)
+{
+    ClearArgs();
+    SetFlag(eFlagRequest, false);
+    SetFlag(eFlagReplyWanted, false);
+    SetFlag(eFlagNotAddressed, false);
+    SetFlag(eFlagReply);
+    mDestination = mSource;
+    mSource = address;
+}
+
+std::size_t CIpcMessage::GetSerializedSize() const
+{
+    std::size_t size = kHeaderSize;
+    for (const auto& entry : mArgs)
+        size += kArgExtraSize + entry.second.mValue.size();
+    return size;
+}
+
+unsigned int CIpcMessage::SerializeMessage(unsigned char*& out)
+{
+    const std::size_t size = GetSerializedSize();
+    if (size <= kMaxSize)
+    {
+        mHeader.mArgCount = static_cast<std::uint16_t>(mArgs.size());
+        mHeader.mLength = static_cast<std::uint16_t>(size);
+
+        std::vector<unsigned char> buffer;
+        buffer.reserve(size);
+        CByteWriter writer(buffer);
+        writer.PutLe16(mHeader.mMagic);
+        writer.PutLe16(mHeader.mFlags);
+        writer.PutLe32(mHeader.mType);
+        writer.PutLe32(mHeader.mCode);
+        writer.PutLe32(mHeader.mSubCode);
+        writer.PutLe16(mHeader.mReserved);
+        writer.PutLe16(mHeader.mSecondWord);
+        writer.PutLe16(mHeader.mArgCount);
+        writer.PutLe16(mHeader.mLength);
+        for (const auto& [key, arg] : mArgs)
+        {
+            writer.Put8(arg.mFlags);
+            writer.Put8(arg.mModifier);
+            writer.PutLe16(key);
+            writer.PutText(arg.mValue);
+            writer.Put8(0);
+        }
+        mBuffer = std::move(buffer);
+    }
+    out = mBuffer.empty() ? nullptr : mBuffer.data();
+    return static_cast<unsigned int>(size);
+}
+
+bool CIpcMessage::DeserializeMessage(const unsigned char* bytes, const char* sender)
+{
+    ClearArgs();
+    CByteReader header(bytes, kHeaderSize);
+    mHeader.mMagic = header.GetLe16();
+    mHeader.mFlags = header.GetLe16();
+    mHeader.mType = header.GetLe32();
+    mHeader.mCode = header.GetLe32();
+    mHeader.mSubCode = header.GetLe32();
+    mHeader.mReserved = header.GetLe16();
+    mHeader.mSecondWord = header.GetLe16();
+    mHeader.mArgCount = header.GetLe16();
+    mHeader.mLength = header.GetLe16();
+
+    const unsigned char* at = bytes + kHeaderSize;
+    for (std::uint16_t i = 0; i < mHeader.mArgCount; ++i)
+    {
+        SArg& arg = mArgs[NByteOrder::GetLe16(at + 2)]; // a later one with the same key wins
+        arg.mFlags = at[0];
+        arg.mModifier = at[1];
+        arg.mValue = reinterpret_cast<const char*>(at + kArgHeaderSize);
+        at += kArgExtraSize + arg.mValue.size();
+    }
+    mSender = sender == nullptr ? "" : sender;
+    return true;
+}
+
+bool CIpcMessage::IsCompleteMessage(const unsigned char* bytes, unsigned int length)
+{
+    return length >= kHeaderSize && NByteOrder::GetLe16(bytes) == kMagic &&
+           NByteOrder::GetLe16(bytes + kLengthOffset) == length;
+}
+
+bool CIpcMessage::IsWellFormed(const unsigned char* bytes, std::size_t length)
+{
+    if (length > kMaxSize || !IsCompleteMessage(bytes, static_cast<unsigned int>(length)))
+        return false;
+    CByteReader in(bytes, length);
+    in.Skip(kLengthOffset - sizeof(std::uint16_t));
+    const std::size_t args = in.GetLe16();
+    if (args > kMaxArgs)
+        return false;
+    in.Skip(sizeof(std::uint16_t)); // the length
+    for (std::size_t i = 0; i < args; ++i)
+    {
+        in.Skip(kArgHeaderSize);
+        in.GetZeroTerminated();
+    }
+    return in.Ok() && in.Left() == 0;
+}
+
+bool CIpcMessage::MeasureMessage(const unsigned char* bytes, std::size_t available, std::size_t& length)
+{
+    length = 0;
+    if (available >= kMagicSize && NByteOrder::GetLe16(bytes) != kMagic)
+        return false;
+    if (available < kHeaderSize)
+        return true;
+    length = NByteOrder::GetLe16(bytes + kLengthOffset);
+    return length >= kHeaderSize && length <= kMaxSize;
+}
+
+std::string CIpcMessage::GetMsgAsString(const CIpcMessage& message)
+{
+    std::string line = std::to_string(message.mDestination) + ' ' + std::to_string(message.mSource) + ' ' +
+                       message.GetCode();
+    const std::string subCode = message.GetSubCode();
+    if (!subCode.empty())
+        line += '+' + subCode;
+    if (message.HasFlag(eFlagRequest))
+        line += '?';
+    else if (message.HasFlag(eFlagReply))
+        line += '!';
+    for (const auto& [key, arg] : message.mArgs)
+    {
+        int number = 0;
+        line += ' ';
+        line += message.GetArg(key, number) ? std::to_string(number) : arg.mValue;
+    }
+    return line;
+}
