@@ -158,6 +158,8 @@ public:
     double GetScalingFactor() const noexcept; ///< 10 to the power of minus decimals
     EAccessLevel GetAccessGroup() const noexcept { return mAccessGroup; }
 
+    int GetNameId() const noexcept { return mNameId; } ///< text ids, 0 for none
+    int GetHelpId() const noexcept { return mHelpId; }
     std::string GetNameText() const; ///< these five in the catalogue's language, empty for text id 0
     std::string GetHelpText() const;
     std::string GetConfirmText() const;
