@@ -72,8 +72,8 @@ bool RestoreNumber(CProjCon& control, const Json::Value& value)
 }
 } // namespace
 
-CControlStore::CControlStore(CEventDispatcher& dispatcher, const std::string& path, const IMonotonicClock& clock,
-                             ILog& log)
+CControlStore::CControlStore(CEventDispatcher& dispatcher, const std::string& path,
+                             const IMonotonicClock& clock, ILog& log)
     : mDispatcher(dispatcher)
     , mPath(path)
     , mLog(log)
@@ -135,8 +135,9 @@ void CControlStore::SetAside(const std::string& reason)
     if (aside.empty()) // saving would destroy what somebody may still want to look at
         throw CException(__func__, kSource, __LINE__, false, "Unable to set aside %s, which is damaged (%s)",
                          mPath.c_str(), reason.c_str());
-    mLog.LogWarning("Control values of %s can not be read: %s; kept as %s, controls start with their defaults",
-                    mPath.c_str(), reason.c_str(), aside.c_str());
+    mLog.LogWarning(
+        "Control values of %s can not be read: %s; kept as %s, controls start with their defaults",
+        mPath.c_str(), reason.c_str(), aside.c_str());
 }
 
 void CControlStore::Restore(const Json::Value& values)

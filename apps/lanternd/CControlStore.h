@@ -15,16 +15,17 @@ class IMonotonicClock;
 
 /// One file, {"version": 1, "controls": {"LUM": 735, "NME": "...", ...}}, replaced as a whole by a thread of
 /// its own. A change is on the medium within a second of the last one of a series, and of a series without
-/// end at most five seconds are lost. When saving fails, everything stays to be saved and is tried again every
-/// five seconds. Codes that the file holds and this projector does not have are kept in it, so that a version
-/// that has them finds them again. Dispatcher, clock and log are not owned and must outlive it. Used from the
-/// loop's thread.
+/// end at most five seconds are lost. When saving fails, everything stays to be saved and is tried again
+/// every five seconds. Codes that the file holds and this projector does not have are kept in it, so that a
+/// version that has them finds them again. Dispatcher, clock and log are not owned and must outlive it. Used
+/// from the loop's thread.
 class CControlStore
 {
 public:
     /// @param path   file to keep the values in
     /// @param clock  one that does not wrap within minutes
-    CControlStore(CEventDispatcher& dispatcher, const std::string& path, const IMonotonicClock& clock, ILog& log);
+    CControlStore(CEventDispatcher& dispatcher, const std::string& path, const IMonotonicClock& clock,
+                  ILog& log);
     CControlStore(const CControlStore&) = delete;
     CControlStore& operator=(const CControlStore&) = delete;
 
@@ -39,10 +40,10 @@ public:
     /// Saves what is not saved yet, and waits for it. Nothing is saved afterwards.
     void Stop();
 
-    static constexpr unsigned kLookMs = 100;    ///< how often changes are looked for
-    static constexpr unsigned kQuietMs = 400;   ///< after the last change it is saved
-    static constexpr unsigned kStormMs = 3000;  ///< after the first one it is saved in any case
-    static constexpr unsigned kRetryMs = 5000;  ///< after a failure
+    static constexpr unsigned kLookMs = 100;   ///< how often changes are looked for
+    static constexpr unsigned kQuietMs = 400;  ///< after the last change it is saved
+    static constexpr unsigned kStormMs = 3000; ///< after the first one it is saved in any case
+    static constexpr unsigned kRetryMs = 5000; ///< after a failure
 
 private:
     Json::Value ReadFile(std::string& reason) const;

@@ -54,9 +54,9 @@ Control MakeBoolean(const SMaking& making)
     CJsonMembers& members = making.mMembers;
     const bool persistent = members.TakeBool("persistent");
     const bool readOnly = members.TakeBool("readOnly", false);
-    return std::make_unique<CProjCon>(making.mType, making.mDispatcher, making.mProxy, making.mCode, persistent,
-                                      members.TakeBool("default"), TakeAccess(members), making.mNameId,
-                                      making.mHelpId, readOnly);
+    return std::make_unique<CProjCon>(making.mType, making.mDispatcher, making.mProxy, making.mCode,
+                                      persistent, members.TakeBool("default"), TakeAccess(members),
+                                      making.mNameId, making.mHelpId, readOnly);
 }
 
 Control MakeInteger(const SMaking& making)
@@ -78,16 +78,16 @@ Control MakeInteger(const SMaking& making)
 Control MakeText(const SMaking& making)
 {
     constexpr EDisplayType kFixedLength[] = {eDisplayDate, eDisplayTime, eDisplayIpAddress};
-    const bool isFixed = std::find(std::begin(kFixedLength), std::end(kFixedLength), making.mType) !=
-                         std::end(kFixedLength);
+    const bool isFixed =
+        std::find(std::begin(kFixedLength), std::end(kFixedLength), making.mType) != std::end(kFixedLength);
     CJsonMembers& members = making.mMembers;
     const bool persistent = members.TakeBool("persistent");
     const bool readOnly = members.TakeBool("readOnly", false);
     const int minimum = isFixed ? 0 : members.TakeInt("min", 0, kLongestText);
     const int maximum = isFixed ? 0 : members.TakeInt("max", minimum, kLongestText);
-    return std::make_unique<CProjCon>(making.mType, making.mDispatcher, making.mProxy, making.mCode, persistent,
-                                      minimum, maximum, members.TakeText("default"), TakeAccess(members),
-                                      making.mNameId, making.mHelpId, readOnly);
+    return std::make_unique<CProjCon>(making.mType, making.mDispatcher, making.mProxy, making.mCode,
+                                      persistent, minimum, maximum, members.TakeText("default"),
+                                      TakeAccess(members), making.mNameId, making.mHelpId, readOnly);
 }
 
 SListEntry TakeEntry(const Json::Value& object, const std::string& place)
@@ -128,9 +128,9 @@ Control MakeList(const SMaking& making)
     if (std::none_of(entries.begin(), entries.end(),
                      [=](const SListEntry& entry) { return entry.mValue == initial && entry.mEnabled; }))
         members.Refuse("default", "must be the value of an enabled list entry");
-    auto control = std::make_unique<CProjCon>(making.mType, making.mDispatcher, making.mProxy, making.mCode,
-                                              persistent, initial, TakeAccess(members), making.mNameId,
-                                              making.mHelpId, readOnly);
+    auto control =
+        std::make_unique<CProjCon>(making.mType, making.mDispatcher, making.mProxy, making.mCode, persistent,
+                                   initial, TakeAccess(members), making.mNameId, making.mHelpId, readOnly);
     control->AddList(entries);
     return control;
 }
@@ -209,8 +209,7 @@ Control Make(const Json::Value& object, const std::string& path, std::size_t num
 
     const int nameId = members.TakeInt("name", 1, kHighest);
     const int helpId = members.TakeInt("help", 0, kHighest, 0);
-    Control control =
-        MakeControl(*maker, {members, dispatcher, proxyOf(code), code, type, nameId, helpId});
+    Control control = MakeControl(*maker, {members, dispatcher, proxyOf(code), code, type, nameId, helpId});
     control->SetConfirmText(members.TakeInt("confirm", 0, kHighest, 0));
     control->SetWaitText(members.TakeInt("wait", 0, kHighest, 0));
     control->SetIconPath(members.TakeText("icon", ""));

@@ -25,7 +25,8 @@ public:
 
     /// Adds the controls of a file: {"version": 1, "controls": [{"code": "LUM", "type": 204, ...}, ...]}.
     /// Which members a control has depends on its type.
-    /// @throws CException "PATH: REASON", "PATH: control CODE: member \"NAME\" REASON" and "PATH: control CODE:
+    /// @throws CException "PATH: REASON", "PATH: control CODE: member \"NAME\" REASON" and "PATH: control
+    /// CODE:
     ///                    REASON"; the dispatcher is then of no further use
     void Load(const std::string& path);
 

@@ -32,7 +32,8 @@ CTickTimer::CTickTimer(std::chrono::milliseconds period)
 std::chrono::milliseconds CTickTimer::TakeElapsed() noexcept
 {
     std::uint64_t ticks = 0;
-    const ssize_t count = NPosix::RetryOnInterrupt([&] { return ::read(mTimer.Get(), &ticks, sizeof ticks); });
+    const ssize_t count =
+        NPosix::RetryOnInterrupt([&] { return ::read(mTimer.Get(), &ticks, sizeof ticks); });
     if (count != static_cast<ssize_t>(sizeof ticks))
         return std::chrono::milliseconds(0);
     return mPeriod * static_cast<std::chrono::milliseconds::rep>(ticks);

@@ -20,8 +20,9 @@ const std::map<std::string, ELogLevel> kLogLevels{
 std::string CheckAddress(const std::string& text)
 {
     in_addr address{};
-    return inet_pton(AF_INET, text.c_str(), &address) == 1 ? std::string()
-                                                           : text + " is not an IPv4 address such as 127.0.0.1";
+    return inet_pton(AF_INET, text.c_str(), &address) == 1
+               ? std::string()
+               : text + " is not an IPv4 address such as 127.0.0.1";
 }
 
 // It becomes part of a file name.
@@ -54,9 +55,10 @@ void Declare(CLI::App& app, SOptions& options)
                    "Most bytes received or unsent, of all clients together")
         ->check(CLI::PositiveNumber)
         ->type_name("BYTES");
-    app.add_option("--log", options.mLogLevel, "Least important lines to keep: debug, fyi, normal, warning, error, off")
+    app.add_option("--log", options.mLogLevel,
+                   "Least important lines to keep: debug, fyi, normal, warning, error, off")
         ->transform(CLI::CheckedTransformer(kLogLevels, CLI::ignore_case).description(""))
-        ->default_str("normal")
+        ->default_str("fyi")
         ->type_name("LEVEL");
     app.add_option("--log-file", options.mLogFile, "Append the log to this file as well")->type_name("FILE");
     app.add_flag("--syslog", options.mUseSyslog, "Send the log to syslog as well");
