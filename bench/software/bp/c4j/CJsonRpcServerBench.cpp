@@ -5,7 +5,7 @@
 #include "bench/support/NAllocations.h"
 #include "bench/support/NLoopback.h"
 #include "software/bp/serial/CEventDispatcher.h"
-#include "software/utility/CMonotonicClock.h"
+#include "tests/support/CManualClock.h"
 
 #include <benchmark/benchmark.h>
 
@@ -20,7 +20,7 @@ void FindRecipients(benchmark::State& state)
 {
     NLoopback::RaiseDescriptorLimit();
     CSilentLog log;
-    CMonotonicClock clock;
+    CManualClock clock(1000);
     CEventDispatcher dispatcher(log);
     CNotificationManager& manager = dispatcher.GetNotificationManager();
     CJsonRpcServer server(dispatcher, "127.0.0.1", 0, clock, log);
