@@ -276,7 +276,7 @@ TEST_F(CC4jBaseHandlerTest, AGroupIsAModuleWithItsVersion)
 
 TEST_F(CC4jBaseHandlerTest, ListenersOfNamesGetTheStateUnlessTheyDecline)
 {
-    CRigClient client(mServer);
+    CC4jRigClient client(mServer);
     const std::tuple<const char*, const char*, std::vector<std::string>> cases[] = {
         {"addListener", R"({"notifyMethod":"weather:rain"})", {R"({"weather:rain":1})", Result("{}")}},
         {"addListener",

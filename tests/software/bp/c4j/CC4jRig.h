@@ -6,11 +6,11 @@
 #include "software/bp/c4j/CJsonRpcTcpClient.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
-#include "software/bp/serial/IControlProxy.h"
 #include "software/jsonrpc/Handler.h"
 #include "software/utility/CTextCatalog.h"
 #include "tests/support/CManualClock.h"
 #include "tests/support/CRecordingLog.h"
+#include "tests/support/CRecordingProxy.h"
 #include "tests/support/CTemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -19,37 +19,14 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
-/// Accepts or refuses, and remembers what it was asked.
-class CRecordingProxy : public IControlProxy
-{
-public:
-    bool ApplyValue(const std::string& code, int value) override
-    {
-        return Keep(code + "=" + std::to_string(value));
-    }
-    bool ApplyText(const std::string& code, const std::string& text) override
-    {
-        return Keep(code + "=" + text);
-    }
-
-    bool mAccepts = true;
-    std::vector<std::string> mCalls;
-
-private:
-    bool Keep(const std::string& call)
-    {
-        mCalls.push_back(call);
-        return mAccepts;
-    }
-};
-
 /// A network client; whoever asks it for messages pumps the server, too.
-class CRigClient
+class CC4jRigClient
 {
 public:
-    explicit CRigClient(CJsonRpcServer& server)
+    explicit CC4jRigClient(CJsonRpcServer& server)
         : mServer(server)
         , mClient("127.0.0.1", server.GetPort())
     {
@@ -152,7 +129,7 @@ protected:
     }
     std::string RunSilently(const std::string& method, const std::string& params, int client = kSomebody)
     {
-        return RunText(R"({"jsonrpc":"2.0","method":")" + method + R"(","params":)" + params + "}", client);
+        return RunText(Message(R"("jsonrpc":"2.0")", method, params), client);
     }
     std::string RunText(const std::string& text, int client)
     {
@@ -163,7 +140,11 @@ protected:
 
     static std::string Request(const std::string& method, const std::string& params)
     {
-        return R"({"jsonrpc":"2.0","id":1,"method":")" + method + "\"" +
+        return Message(R"("jsonrpc":"2.0","id":1)", method, params);
+    }
+    static std::string Message(const std::string& head, const std::string& method, const std::string& params)
+    {
+        return "{" + head + R"(,"method":")" + method + "\"" +
                (params.empty() ? "" : R"(,"params":)" + params) + "}";
     }
     static std::string Result(const std::string& result)
