@@ -28,7 +28,8 @@ public:
     };
 
     explicit CCtlProcess(const std::vector<std::string>& arguments,
-                         const std::vector<std::string>& environment = {}, EOutput output = EOutput::Pipe)
+                         const std::vector<std::string>& environment = {}, EOutput output = EOutput::Pipe,
+                         const std::string& program = LANTERNCTL_PATH)
     {
         CDescriptor outEnd;
         if (output == EOutput::Terminal)
@@ -38,7 +39,7 @@ public:
         CDescriptor errorEnd;
         OpenPipe(mError, errorEnd);
 
-        std::vector<std::string> words{LANTERNCTL_PATH};
+        std::vector<std::string> words{program};
         words.insert(words.end(), arguments.begin(), arguments.end());
         std::vector<std::string> variables{"TZ=UTC", "TERM=xterm"};
         variables.insert(variables.end(), environment.begin(), environment.end());
@@ -46,11 +47,11 @@ public:
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, outEnd.Get(), STDOUT_FILENO);
         posix_spawn_file_actions_adddup2(&actions, errorEnd.Get(), STDERR_FILENO);
-        const int result = posix_spawn(&mPid, LANTERNCTL_PATH, &actions, nullptr, Pointers(words).data(),
+        const int result = posix_spawn(&mPid, program.c_str(), &actions, nullptr, Pointers(words).data(),
                                        Pointers(variables).data());
         posix_spawn_file_actions_destroy(&actions);
         if (result != 0)
-            throw std::runtime_error("unable to start " LANTERNCTL_PATH);
+            throw std::runtime_error("unable to start " + program);
     }
     CCtlProcess(const CCtlProcess&) = delete;
     CCtlProcess& operator=(const CCtlProcess&) = delete;

@@ -51,16 +51,6 @@ public:
     {
         Do([&] { change(*mDispatcher.GetControl(code)); });
     }
-    /// Waits for a client to have subscribed.
-    bool IsWatched(const std::string& code)
-    {
-        bool isWatched = false;
-        for (int tries = 0; tries < 2000 && !isWatched; ++tries)
-        {
-            Do([&] { isWatched = !mDispatcher.GetNotificationManager().GetNotifyList(code).empty(); });
-        }
-        return isWatched;
-    }
     void Disconnect()
     {
         Do([this] { mServer->Close(); });

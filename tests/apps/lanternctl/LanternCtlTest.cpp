@@ -1,12 +1,11 @@
-#include "software/utility/CDescriptor.h"
 #include "tests/apps/lanternctl/CCtlProcess.h"
+#include "tests/apps/lanternctl/CTestPeer.h"
 #include "tests/apps/lanternctl/CTestProjector.h"
 
-#include <arpa/inet.h>
 #include <csignal>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
+#include <regex>
 
 namespace
 {
@@ -278,4 +277,65 @@ TEST_F(LanternCtl, PeopleGetUnitsAndNothingThatSteersTheirTerminal)
     CCtlProcess plain(Here({"list", "B"}), {"NO_COLOR=1"}, CCtlProcess::EOutput::Terminal);
     EXPECT_EQ(plain.Wait(), 0);
     EXPECT_THAT(plain.GetOutput(), testing::Not(HasSubstr("\x1b")));
+}
+
+TEST_F(LanternCtl, CompletionOffersWhatFits)
+{
+    const std::pair<std::string, std::string> rows[] = {
+        {"''", "get set info list watch modules call completion"},
+        {"se", "set"},
+        {"list --fo", "--format"},
+        {"list --format c", "codes"},
+        {"--port @ set l", "LHM LUM"}, // of the projector that the line names
+        {"--port @ get LUM B", "BRI"},
+        {"--port @ set LUM B", ""},
+        {"--port 1 get L", ""}, // nobody there
+    };
+    for (const auto& [line, words] : rows)
+    {
+        SCOPED_TRACE(line);
+        const std::string typed = std::regex_replace(line, std::regex("@"), mProjector.GetPort());
+        const std::string script = "source <(" LANTERNCTL_PATH " completion bash); COMP_WORDS=(lanternctl " +
+                                   typed + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _lanternctl " +
+                                   LANTERNCTL_PATH + "; echo ${COMPREPLY[@]}";
+        CCtlProcess bash({"-c", script}, {}, CCtlProcess::EOutput::Pipe, "/bin/bash");
+        EXPECT_EQ(bash.Wait(), 0);
+        EXPECT_EQ(bash.GetOutput(), words + "\n");
+        EXPECT_EQ(bash.GetErrors(), "");
+    }
+}
+
+// What is no peer of ours, or means no good.
+TEST(LanternCtlPeer, AnyAnswerEndsInAnExitCode)
+{
+    const std::string nul(1, '\0');
+    const std::string notification = R"({"method":"control:notify","params":{"code":"LUM"}})" + nul;
+    struct SRow
+    {
+        const char* mName;
+        std::string mAnswer; // again and again
+        int mExitCode;
+        std::string mErrors;
+    };
+    const SRow rows[] = {
+        {"not JSON", "HTTP/1.1 400 Bad Request" + nul, 3, " does not speak JSON-RPC: "},
+        {"too deep", std::string(100'000, '[') + nul, 3, " does not speak JSON-RPC: "},
+        {"never the reply", notification, 3, "no answer from "},
+        {"reply to another request", R"({"id":77,"result":{}})" + nul, 3, "no answer from "},
+        {"no list", R"({"id":1,"result":{"value":7}})" + nul, 3, "something other than a list"},
+        {"error without words", R"({"id":1,"error":[{"code":104}]})" + nul, 1, "[{\"code\":104}]"},
+        {"error without an id", R"({"id":null,"error":{"code":-32700,"message":"Parse error"}})" + nul, 1,
+         "Parse error (-32700)"},
+        {"code that is a command", R"-({"id":1,"result":[{"code":"$(touch /tmp/x)"},{"code":"LUM"}]})-" + nul,
+         0, ""},
+    };
+    for (const SRow& row : rows)
+    {
+        SCOPED_TRACE(row.mName);
+        CTestPeer peer(row.mAnswer);
+        CCtlProcess process({"--port", peer.GetPort(), "--timeout", "300", "list", "--format", "codes"});
+        EXPECT_EQ(process.Wait(), row.mExitCode);
+        EXPECT_THAT(process.GetErrors(), HasSubstr(row.mErrors));
+        EXPECT_EQ(process.GetOutput(), row.mExitCode == 0 ? "LUM\n" : "");
+    }
 }
