@@ -1,4 +1,4 @@
-// Everything is a difference of two counts, so that a wrap of the clock does not show.
+// All differences are taken modulo 2^32, so that one wrap of the counter is harmless.
 #include "software/utility/CTimer.h"
 
 #include "software/utility/CException.h"
@@ -9,30 +9,50 @@ namespace
 constexpr char kSource[] = "software/utility/CTimer";
 constexpr std::uint32_t kMsPerS = 1000;
 constexpr std::uint32_t kUsPerS = 1000000;
+constexpr std::uint32_t kLastCount = 0xFFFFFFFF;
 
-bool HasPassed(const char* function, std::uint32_t elapsed, std::uint32_t limit, std::uint64_t wrap)
+std::uint32_t GetCheckedFrequency(const IMonotonicClock& clock)
 {
-    if (limit > wrap)
-        throw CException(function, kSource, __LINE__, false, "Timer resolution exceeded");
-    return elapsed >= limit;
+    const std::uint32_t frequency = clock.GetFrequency();
+    if (frequency == 0)
+        throw CException("CTimer", kSource, __LINE__, false, "Timer needs a clock that ticks");
+    return frequency;
 }
 
-std::uint32_t Remaining(bool expired, std::uint32_t elapsed, std::uint32_t limit)
+// The first tick of a slow clock may come at once, so it is not counted.
+std::uint64_t ToUnits(std::uint32_t counts, std::uint32_t countsPerUnit, std::uint32_t unitsPerS,
+                      std::uint32_t countsPerS)
 {
-    return expired || elapsed >= limit ? 0 : limit - elapsed; // time goes on between the two readings
+    if (countsPerUnit != 0)
+        return counts / countsPerUnit;
+    return counts == 0 ? 0 : std::uint64_t{unitsPerS / countsPerS} * (counts - 1);
+}
+
+template <typename TUnits>
+void CheckLimit(TUnits limit, TUnits wrap)
+{
+    if (limit > wrap)
+        throw CException("CheckLimit", kSource, __LINE__, false, "Timer resolution exceeded");
+}
+
+// The clock was read once: between two readings the timer could expire and the difference go below 0.
+template <typename TUnits>
+TUnits Remaining(TUnits elapsed, TUnits limit)
+{
+    return elapsed >= limit ? 0 : limit - elapsed;
 }
 } // namespace
 
 CTimer::CTimer(const IMonotonicClock& clock)
     : mClock(clock)
-    , mStart(clock.GetCounts())
-    , mCountsPerS(clock.GetFrequency())
+    , mCountsPerS(GetCheckedFrequency(clock))
     , mCountsPerMs(mCountsPerS / kMsPerS)
     , mCountsPerUs(mCountsPerS / kUsPerS)
-    , mWrapS(UINT32_MAX / mCountsPerS)
+    , mWrapS(kLastCount / mCountsPerS)
     , mWrapMs(std::uint64_t{mWrapS} * kMsPerS)
     , mWrapUs(std::uint64_t{mWrapS} * kUsPerS)
 {
+    ArmTimer();
 }
 
 void CTimer::ArmTimer()
@@ -40,56 +60,58 @@ void CTimer::ArmTimer()
     mStart = mClock.GetCounts();
 }
 
+std::uint32_t CTimer::GetElapsedCounts() const
+{
+    return mClock.GetCounts() - mStart;
+}
+
 std::uint32_t CTimer::GetElapsedS() const
 {
-    return (mClock.GetCounts() - mStart) / mCountsPerS;
+    return GetElapsedCounts() / mCountsPerS;
 }
 
-std::uint32_t CTimer::GetElapsedMs() const
+std::uint64_t CTimer::GetElapsedMs() const
 {
-    return GetElapsed(mCountsPerMs, kMsPerS);
+    return ToUnits(GetElapsedCounts(), mCountsPerMs, kMsPerS, mCountsPerS);
 }
 
-std::uint32_t CTimer::GetElapsedUs() const
+std::uint64_t CTimer::GetElapsedUs() const
 {
-    return GetElapsed(mCountsPerUs, kUsPerS);
+    return ToUnits(GetElapsedCounts(), mCountsPerUs, kUsPerS, mCountsPerS);
 }
 
 bool CTimer::HasTimerExpiredS(std::uint32_t limit) const
 {
-    return HasPassed(__func__, GetElapsedS(), limit, mWrapS);
+    CheckLimit(limit, mWrapS);
+    return GetElapsedS() >= limit;
 }
 
-bool CTimer::HasTimerExpiredMs(std::uint32_t limit) const
+bool CTimer::HasTimerExpiredMs(std::uint64_t limit) const
 {
-    return HasPassed(__func__, GetElapsedMs(), limit, mWrapMs);
+    CheckLimit(limit, mWrapMs);
+    return GetElapsedMs() >= limit;
 }
 
-bool CTimer::HasTimerExpiredUs(std::uint32_t limit) const
+bool CTimer::HasTimerExpiredUs(std::uint64_t limit) const
 {
-    return HasPassed(__func__, GetElapsedUs(), limit, mWrapUs);
+    CheckLimit(limit, mWrapUs);
+    return GetElapsedUs() >= limit;
 }
 
 std::uint32_t CTimer::GetTimeRemainingS(std::uint32_t limit) const
 {
-    return Remaining(HasTimerExpiredS(limit), GetElapsedS(), limit);
+    CheckLimit(limit, mWrapS);
+    return Remaining(GetElapsedS(), limit);
 }
 
-std::uint32_t CTimer::GetTimeRemainingMs(std::uint32_t limit) const
+std::uint64_t CTimer::GetTimeRemainingMs(std::uint64_t limit) const
 {
-    return Remaining(HasTimerExpiredMs(limit), GetElapsedMs(), limit);
+    CheckLimit(limit, mWrapMs);
+    return Remaining(GetElapsedMs(), limit);
 }
 
-std::uint32_t CTimer::GetTimeRemainingUs(std::uint32_t limit) const
+std::uint64_t CTimer::GetTimeRemainingUs(std::uint64_t limit) const
 {
-    return Remaining(HasTimerExpiredUs(limit), GetElapsedUs(), limit);
-}
-
-std::uint32_t CTimer::GetElapsed(std::uint32_t countsPerUnit, std::uint32_t unitsPerS) const
-{
-    const std::uint32_t counts = mClock.GetCounts() - mStart;
-    if (countsPerUnit != 0)
-        return counts / countsPerUnit;
-    // The first count may come at once after arming, so it does not stand for a whole tick.
-    return counts == 0 ? 0 : unitsPerS / mCountsPerS * (counts - 1);
+    CheckLimit(limit, mWrapUs);
+    return Remaining(GetElapsedUs(), limit);
 }

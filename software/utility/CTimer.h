@@ -1,45 +1,48 @@
-// Interval timer of every time-out.
+// Measures intervals with a tick clock.
 #pragma once
 
 #include <cstdint>
 
 class IMonotonicClock;
 
-/// Measures from the moment it was armed, in the arithmetic of the clock's 32-bit count: one wrap of the
-/// count does no harm, a second one cannot be told from none. Armed at construction. The clock must outlive
-/// it.
+/// Armed when it is made. An interval is right as long as the clock wraps at most once in it; what cannot be
+/// measured so is refused as a limit. Not thread-safe against its own `ArmTimer`.
 class CTimer
 {
 public:
+    /// @param clock  not owned, must outlive the timer
+    /// @throws CException "Timer needs a clock that ticks" for a frequency of 0
     explicit CTimer(const IMonotonicClock& clock);
 
-    void ArmTimer(); ///< starts again from now
+    void ArmTimer(); ///< the interval starts now
 
+    /// Whole units since the timer was armed. A clock slower than the unit loses its first tick, so that a
+    /// wait is never shorter than asked: on 100 ticks a second one tick reads as 0 ms.
     std::uint32_t GetElapsedS() const;
-    std::uint32_t GetElapsedMs() const;
-    std::uint32_t GetElapsedUs() const;
+    std::uint64_t GetElapsedMs() const;
+    std::uint64_t GetElapsedUs() const;
 
-    /// Whether this much has passed.
-    /// @throws CException "Timer resolution exceeded" for a limit that the clock's count cannot hold
+    /// Whether that many units have gone by.
+    /// @throws CException "Timer resolution exceeded" for a limit beyond the wrap of the clock
     bool HasTimerExpiredS(std::uint32_t limit) const;
-    bool HasTimerExpiredMs(std::uint32_t limit) const;
-    bool HasTimerExpiredUs(std::uint32_t limit) const;
+    bool HasTimerExpiredMs(std::uint64_t limit) const;
+    bool HasTimerExpiredUs(std::uint64_t limit) const;
 
-    /// What is left of the limit, 0 when it has passed.
-    /// @throws CException "Timer resolution exceeded" likewise
+    /// Units left until the limit, 0 when it has expired.
+    /// @throws CException "Timer resolution exceeded" for a limit beyond the wrap of the clock
     std::uint32_t GetTimeRemainingS(std::uint32_t limit) const;
-    std::uint32_t GetTimeRemainingMs(std::uint32_t limit) const;
-    std::uint32_t GetTimeRemainingUs(std::uint32_t limit) const;
+    std::uint64_t GetTimeRemainingMs(std::uint64_t limit) const;
+    std::uint64_t GetTimeRemainingUs(std::uint64_t limit) const;
 
 private:
-    std::uint32_t GetElapsed(std::uint32_t countsPerUnit, std::uint32_t unitsPerS) const;
+    std::uint32_t GetElapsedCounts() const;
 
     const IMonotonicClock& mClock;
-    std::uint32_t mStart;
+    std::uint32_t mStart = 0; // counts
     const std::uint32_t mCountsPerS;
-    const std::uint32_t mCountsPerMs; // 0 for a clock of less than 1 kHz
-    const std::uint32_t mCountsPerUs; // 0 for a clock of less than 1 MHz
-    const std::uint32_t mWrapS;
+    const std::uint32_t mCountsPerMs; // 0 for a clock below 1 kHz
+    const std::uint32_t mCountsPerUs; // 0 for a clock below 1 MHz
+    const std::uint32_t mWrapS;       // longest interval in each unit
     const std::uint64_t mWrapMs;
     const std::uint64_t mWrapUs;
 };
