@@ -87,7 +87,7 @@ TEST_F(LanternCtl, SaysWhyItDidNot)
         {{"set", "SRC", "HDMI 9"},
          2,
          "",
-         "lanternctl: SRC: no such choice \"HDMI 9\"; one of: HDMI 1, HDMI 2, SDI (disabled)\n"},
+         "lanternctl: SRC: no such choice \"HDMI 9\"; one of: \"HDMI 1\", \"HDMI 2\", \"SDI\" (disabled)\n"},
         {{"set", "LUM"}, 2, "", "lanternctl: LUM: a value is missing\n"},
         {{"set", "NME", "\xff"}, 2, "", "lanternctl: argument 5 is not valid UTF-8\n"},
         {{"call", "get", "[\"LUM\"] x"}, 2, "", ""},
@@ -190,7 +190,7 @@ TEST_F(LanternCtl, WatchTellsEveryKindOfChangeAtOnce)
                           entry.mText = "Network";
                           c.AddList({c.GetList().front(), entry});
                       });
-    EXPECT_TRUE(watch.WaitForOutput("SRC choices HDMI 1, Network\n"));
+    EXPECT_TRUE(watch.WaitForOutput("SRC choices \"HDMI 1\", \"Network\"\n"));
     mProjector.Change("SRC", [](CProjCon& c) { c.SetValue(5); });
     EXPECT_EQ(watch.Wait(), 0);
     EXPECT_THAT(watch.GetOutput(),
