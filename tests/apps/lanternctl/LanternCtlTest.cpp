@@ -295,9 +295,9 @@ TEST_F(LanternCtl, CompletionOffersWhatFits)
     {
         SCOPED_TRACE(line);
         const std::string typed = std::regex_replace(line, std::regex("@"), mProjector.GetPort());
-        const std::string script = "source <(" LANTERNCTL_PATH " completion bash); COMP_WORDS=(lanternctl " +
+        const std::string script = "source <(" LANTERN_TEST_CTL " completion bash); COMP_WORDS=(lanternctl " +
                                    typed + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _lanternctl " +
-                                   LANTERNCTL_PATH + "; echo ${COMPREPLY[@]}";
+                                   LANTERN_TEST_CTL + "; echo ${COMPREPLY[@]}";
         CCtlProcess bash({"-c", script}, {}, CCtlProcess::EOutput::Pipe, "/bin/bash");
         EXPECT_EQ(bash.Wait(), 0);
         EXPECT_EQ(bash.GetOutput(), words + "\n");

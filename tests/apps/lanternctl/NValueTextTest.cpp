@@ -131,7 +131,8 @@ TEST(ValueText, WhatCannotBeMeantIsRefusedWithASentence)
         {kFan, "2147483648", "FN1: \"2147483648\" is more than any control can hold"},
         {kPower, "maybe", "PWR: \"maybe\" is neither \"on\" nor \"off\""},
         {kSource, "HDMI 9",
-         "SRC: no such choice \"HDMI 9\"; one of: \"HDMI 1\", \"HDMI 2\", \"SDI\" (disabled), \"2\", \"Réseau\""},
+         "SRC: no such choice \"HDMI 9\"; one of: \"HDMI 1\", \"HDMI 2\", \"SDI\" (disabled), \"2\", "
+         "\"Réseau\""},
     };
     for (const auto& [control, typed, sentence] : rows)
     {
