@@ -81,10 +81,14 @@ class Bench:
     @contextlib.contextmanager
     def server(self, command, ready):
         """Starts a server on its core; yields its process and its port, which `ready` finds in its output."""
-        with tempfile.TemporaryFile("w+") as output:
-            process = self.spawn(self.server_core, command, stdout=output)
+        with tempfile.TemporaryFile("w+") as output, tempfile.TemporaryFile("w+") as log:
+            process = self.spawn(self.server_core, command, stdout=output, stderr=log)
             try:
                 yield process, self.await_port(process, output, ready)
+            except BaseException:
+                log.seek(0)
+                sys.stderr.write(log.read())
+                raise
             finally:
                 process.terminate()
                 process.wait()
@@ -101,12 +105,9 @@ class Bench:
 
     @contextlib.contextmanager
     def daemon(self):
-        with tempfile.TemporaryDirectory(prefix="lantern-bench-") as folder:
-            state, run = (os.path.join(folder, name) for name in ("state", "run"))
-            os.mkdir(state)
-            os.mkdir(run)
+        with tempfile.TemporaryDirectory(prefix="lantern-bench-") as state:
             command = [self.program("apps/lanternd/lanternd"), "--port", "0", "--bind", "127.0.0.1",
-                       "--run-dir", run, "--state-dir", state, "--config-dir", str(SOURCE / "config")]
+                       "--state-dir", state, "--config-dir", str(SOURCE / "config")]
             with self.server(command, r"^lanternd ready: json-rpc=(\d+)") as started:
                 yield started
 

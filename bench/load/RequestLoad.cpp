@@ -25,7 +25,6 @@ constexpr char kSource[] = "bench/load/RequestLoad";
 constexpr int kEventsAtOnce = 1024;
 constexpr std::size_t kReadSize = 65536;
 constexpr double kWarmUp = 0.25; // of the measured time, before it: caches, branches, the sockets' windows
-constexpr int kStalledMs = 5000; // a server that sends nothing for so long has failed
 
 struct SOptions
 {
@@ -179,7 +178,7 @@ void CRequestLoad::Serve(SConnection& connection)
 void CRequestLoad::Pump()
 {
     epoll_event events[kEventsAtOnce];
-    const int count = epoll_wait(mEpoll.Get(), events, kEventsAtOnce, kStalledMs);
+    const int count = epoll_wait(mEpoll.Get(), events, kEventsAtOnce, NLoopback::kStalledSeconds * 1000);
     if (count == 0)
         throw CException(__func__, kSource, __LINE__, false, "The server has stopped answering");
     if (count < 0 && errno != EINTR)
