@@ -7,6 +7,7 @@
 #include "apps/lanternctl/NDisplayText.h"
 #include "apps/lanternctl/NJsonDocument.h"
 #include "apps/lanternctl/NValueText.h"
+#include "software/bp/serial/NAsciiCodeUtils.h"
 #include "software/include/EAccessLevel.h"
 
 #include <CLI/App.hpp>
@@ -17,11 +18,11 @@ namespace
 {
 constexpr std::size_t kMaxValueWidth = 40; // columns; a note of 255 bytes would push the rest off the screen
 
-std::string Join(const std::vector<std::string>& words)
+std::string Join(const std::vector<std::string>& words, const char* separator = ", ")
 {
     std::string line;
     for (const std::string& word : words)
-        line += (line.empty() ? "" : ", ") + word;
+        line += (line.empty() ? "" : separator) + word;
     return line;
 }
 
@@ -52,7 +53,7 @@ std::string NumberedChoices(const CControlInfo& control)
     for (const SChoice& choice : control.GetChoices())
         words.push_back(std::to_string(choice.mIndex) + " " + choice.mText +
                         (choice.mEnabled ? "" : " (disabled)"));
-    return Join(words);
+    return Join(words, "; "); // a choice may hold a comma
 }
 
 std::string MarkdownCell(const std::string& text)
@@ -114,7 +115,12 @@ void CListCommand::PrintTable(CSession& session, const std::vector<CControlInfo>
 void CListCommand::PrintCodes(CSession& session, const std::vector<CControlInfo>& controls)
 {
     for (const CControlInfo& control : controls)
-        session.Out() << NDisplayText::Printable(control.GetCode()) << '\n';
+    {
+        // A shell completes with these and may expand what it is given: "$(...)" from a stranger stays out.
+        std::string code = control.GetCode();
+        if (NAsciiCodeUtils::ValidateCode(code))
+            session.Out() << code << '\n';
+    }
 }
 
 void CListCommand::PrintReference(CSession& session, const std::vector<CControlInfo>& controls)
