@@ -189,8 +189,8 @@ def compare(job, ours, limit, measures):
 def get_row(job, options, cpu_goal, p50_goal=None):
     """Requests to the daemon, against a bare epoll echo that answers each with the daemon's own reply."""
     def run(bench):
-        # A generator that sleeps must be woken by the server's sends, and only the slower server pays for that:
-        # the faster one keeps it busy. On a core of its own it therefore never sleeps.
+        # A generator that sleeps must be woken by the server's sends, and only the slower server pays for
+        # that: the faster one keeps it busy. On a core of its own it therefore never sleeps.
         spin = ["--spin"] if bench.load_core != bench.server_core else []
         with bench.daemon() as (daemon, port):
             with Client(port) as client:
