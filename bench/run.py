@@ -64,20 +64,19 @@ class Bench:
     def program(self, path):
         return str(self.build / path)
 
-    def spawn(self, core, command, **options):
-        def place():
-            os.sched_setaffinity(0, {core})
-            if self.realtime:
-                os.sched_setscheduler(0, os.SCHED_FIFO, os.sched_param(1))
-        return subprocess.Popen(command, preexec_fn=place, **options)
+    def place(self, core):
+        """Puts the calling process on a core; handed to a child as what it does first."""
+        os.sched_setaffinity(0, {core})
+        if self.realtime:
+            os.sched_setscheduler(0, os.SCHED_FIFO, os.sched_param(1))
 
     def output_of(self, core, command, **options):
         """Runs a program to its end and returns what it printed, read as JSON."""
-        with self.spawn(core, command, stdout=subprocess.PIPE, **options) as process:
-            output = process.communicate()[0]
-        if process.returncode != 0:
-            raise RuntimeError(f"{command[0]} failed with exit code {process.returncode}")
-        return json.loads(output)
+        result = subprocess.run(command, preexec_fn=lambda: self.place(core), stdout=subprocess.PIPE,
+                                **options)
+        if result.returncode != 0:
+            raise RuntimeError(f"{command[0]} failed with exit code {result.returncode}")
+        return json.loads(result.stdout)
 
     def load(self, program, *arguments):
         """What a load generator printed."""
@@ -87,7 +86,8 @@ class Bench:
     def server(self, command, ready):
         """Starts a server on its core; yields its process and its port, which `ready` finds in its output."""
         with tempfile.TemporaryFile("w+") as output, tempfile.TemporaryFile("w+") as log:
-            process = self.spawn(self.server_core, command, stdout=output, stderr=log)
+            process = subprocess.Popen(command, preexec_fn=lambda: self.place(self.server_core),
+                                       stdout=output, stderr=log)
             try:
                 yield process, self.await_port(process, output, ready)
             except BaseException:
@@ -189,8 +189,8 @@ def compare(job, ours, limit, measures):
 def get_row(job, options, cpu_goal, p50_goal=None):
     """Requests to the daemon, against a bare epoll echo that answers each with the daemon's own reply."""
     def run(bench):
-        # A generator that sleeps must be woken by the server's sends, and only the slower server pays for that:
-        # the faster one keeps it busy. On a core of its own it therefore never sleeps.
+        # A generator that sleeps must be woken by the server's sends, and only the slower server pays for
+        # that: the faster one keeps it busy. On a core of its own it therefore never sleeps.
         spin = ["--spin"] if bench.load_core != bench.server_core else []
         with bench.daemon() as (daemon, port):
             with Client(port) as client:
