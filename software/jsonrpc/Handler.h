@@ -5,6 +5,7 @@
 
 #include <json/value.h>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -26,7 +27,7 @@ enum EProtocolError : int
     eParseError = -32700,     ///< "Parse error"
     eInvalidRequest = -32600, ///< "Invalid Request"
     eMethodNotFound = -32601, ///< "Method not found"
-    eInternalError = -32603,  ///< "Internal error": the method threw
+    eInternalError = -32603,  ///< "Internal error": the method threw, or the batch's reply is too long
 };
 
 /// Holds the methods by name and runs requests. Members of a request besides "jsonrpc", "id" and "method" are
@@ -69,6 +70,9 @@ public:
 
     static constexpr int kMaxDepth = 64;         ///< of arrays and objects in each other
     static constexpr unsigned kMaxBatch = 10000; ///< requests; a longer batch is one "Invalid Request"
+    /// Bytes of text. Once the replies of a batch are longer, its further requests that have an "id" are not
+    /// run but answered "Internal error": a short text must not cost memory and time without end.
+    static constexpr std::size_t kMaxBatchReply = std::size_t{1} << 20;
 
 private:
     class CCall;
