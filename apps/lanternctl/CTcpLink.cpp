@@ -76,14 +76,14 @@ CTcpLink::CTcpLink(const std::string& host, unsigned short port, std::chrono::mi
 
 Json::Value CTcpLink::Get(const std::string& code)
 {
-    return Request(code, "control:get", CodeParameter(code));
+    return RequestMembers(code, "control:get", CodeParameter(code));
 }
 
 Json::Value CTcpLink::Set(const std::string& code, const Json::Value& value)
 {
     Json::Value parameters = CodeParameter(code);
     parameters["value"] = value;
-    return Request(code, "control:set", parameters);
+    return RequestMembers(code, "control:set", parameters);
 }
 
 std::optional<CControlInfo> CTcpLink::Describe(const std::string& code)
@@ -98,7 +98,7 @@ std::optional<CControlInfo> CTcpLink::Describe(const std::string& code)
 
 Json::Value CTcpLink::GetProperties(const std::string& code)
 {
-    return Request(code, "control:getProperties", CodeParameter(code));
+    return RequestMembers(code, "control:getProperties", CodeParameter(code));
 }
 
 std::vector<CControlInfo> CTcpLink::List(const std::string& prefix)
@@ -171,6 +171,15 @@ Json::Value CTcpLink::Request(const std::string& subject, const std::string& met
     if (reply.isMember("error"))
         throw CCommandFailure(EExitCode::Refused, subject + ": " + DescribeError(reply["error"]));
     return reply["result"];
+}
+
+Json::Value CTcpLink::RequestMembers(const std::string& code, const std::string& method,
+                                     const Json::Value& parameters)
+{
+    Json::Value members = Request(code, method, parameters);
+    if (!members.isObject())
+        FailConnection(mName + " answered something other than the members of a control");
+    return members;
 }
 
 void CTcpLink::Connect()
