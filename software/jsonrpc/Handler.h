@@ -68,7 +68,9 @@ public:
     void SetFailureObserver(FailureObserver observer) { mFailureObserver = std::move(observer); }
 
     static constexpr int kMaxDepth = 64;         ///< of arrays and objects in each other
-    static constexpr unsigned kMaxBatch = 10000; ///< requests; a longer batch is one "Invalid Request"
+    /// Requests in a batch; a longer one is one "Invalid Request". The whole of its reply is held in memory, and
+    /// nobody else is served meanwhile, so that one text must not ask for thousands of large replies.
+    static constexpr unsigned kMaxBatch = 256;
 
 private:
     class CCall;
