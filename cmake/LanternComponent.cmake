@@ -31,6 +31,7 @@ function(lantern_component target)
     else()
         set(scope PUBLIC)
         target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:lantern_build_flags>)
+        set_property(GLOBAL APPEND PROPERTY LANTERN_ARCHIVES ${target}) # lowest floor first, for lantern.pc
     endif()
     target_include_directories(${target} ${scope}
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>

@@ -30,8 +30,9 @@ enum EProtocolError : int
 };
 
 /// Holds the methods by name and runs requests. Members of a request besides "jsonrpc", "id" and "method" are
-/// the methods' business, "params" too.
-/// Used from one thread; a method may run further requests, add methods and delete any, itself included.
+/// the methods' business, "params" too. "system.describe" is there from the beginning: its result is an
+/// object of every method's name and description. Used from one thread; a method may run further requests,
+/// add methods and delete any, itself included.
 class Handler
 {
 public:
@@ -66,9 +67,12 @@ public:
     using FailureObserver = std::function<void(const std::string& method, const char* text)>;
     void SetFailureObserver(FailureObserver observer) { mFailureObserver = std::move(observer); }
 
-    static constexpr int kMaxDepth = 64; ///< of arrays and objects in each other
+    static constexpr int kMaxDepth = 64;         ///< of arrays and objects in each other
+    static constexpr unsigned kMaxBatch = 10000; ///< requests; a longer batch is one "Invalid Request"
 
 private:
+    class CCall;
+
     bool ProcessBatch(Json::Value& batch, Json::Value& response, int clientId);
     bool ProcessRequest(Json::Value& request, Json::Value& response, int clientId);
     bool CallMethod(CallbackMethod& method, const Json::Value& request, Json::Value& response);

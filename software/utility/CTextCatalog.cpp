@@ -15,8 +15,8 @@
 namespace
 {
 constexpr char kSource[] = "software/utility/CTextCatalog";
-constexpr std::size_t kMaxSize = 4 * 1024 * 1024; // bytes
-constexpr int kMaxDepth = 4;                      // the file has one level; jsoncpp throws beyond
+constexpr std::size_t kMaxSize = std::size_t{4} << 20; // bytes
+constexpr int kMaxDepth = 4;                           // the file has one level; jsoncpp throws beyond
 
 using CTexts = std::unordered_map<int, std::string>;
 

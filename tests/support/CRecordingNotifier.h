@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 class CRecordingNotifier : public IControlNotifier, public IIpcServer
@@ -27,7 +28,7 @@ public:
     void ProcessEvents() override { ++mProcessed; }
 
     /// What was announced since the last call, "CODE TYPE VALUE RECIPIENT..." each.
-    std::vector<std::string> Take() { return std::move(mLines); }
+    std::vector<std::string> Take() { return std::exchange(mLines, {}); }
 
     std::function<void(const CProjCon&)> mOnNotify;
     int mProcessed = 0;

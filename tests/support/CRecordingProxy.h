@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 class CRecordingProxy : public IControlProxy
@@ -24,7 +25,7 @@ public:
     }
 
     /// What was applied since the last call, "CODE=VALUE" each.
-    std::vector<std::string> Take() { return std::move(mCalls); }
+    std::vector<std::string> Take() { return std::exchange(mCalls, {}); }
 
     bool mAccepts = true;
     std::function<void(int)> mOnApply;

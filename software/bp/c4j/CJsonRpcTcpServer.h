@@ -19,6 +19,7 @@
 #include <unordered_map>
 #include <vector>
 
+class CException;
 class ILog;
 
 /// Serves JSON-RPC over TCP: a message is one JSON text followed by one NUL. Everything happens on the one
@@ -59,9 +60,6 @@ public:
     bool Accept();
     /// One pass: waits for activity, accepts, receives and purges. A call from within a method does nothing.
     void WaitMessage(unsigned timeoutMs);
-    /// Reads once from a client and runs every message that became whole.
-    void Recv(ClientList::iterator client);
-
     /// Sends one text and a NUL, after the replies that wait for the client, and never a part of it only:
     /// what the socket does not take at once follows before anything else.
     /// @throws CException "Unable to send data to client ID:%d (client not found)", or
@@ -98,39 +96,49 @@ protected:
     /// A client was closed and removed; called before the observers. Not called by this class's destructor.
     virtual void OnClientGone(unsigned id);
 
+    /// Reads once from a client and runs every message that became whole. Not from within a method.
+    void Recv(ClientList::iterator position);
+
     enum class ESend
     {
         Sent,    ///< by the socket, or partly by the client's buffer
         Blocked, ///< nothing was sent: older output waits, or the socket takes nothing
-        Failed,  ///< nothing more will ever be sent; errno tells why
+        Failed,  ///< nothing was sent, or nothing more can be; errno tells why
         Unknown, ///< no such client
     };
     /// `Send` without its exceptions.
     ESend TrySend(unsigned id, const std::string& text);
+    /// What `Send` throws for a result other than Sent; errno is still as `TrySend` left it.
+    CException MakeSendFailure(unsigned id, ESend result) const;
 
 private:
     class CWalk; // keeps removed clients alive while it lives
 
-    SJsonRpcClient* Find(unsigned id) const noexcept;
+    SJsonRpcClient* Find(unsigned id) const noexcept; // null when there is none
     void WatchListener();
+    void AcceptWaiting();
     void PauseListener(int error);
+    void CloseWaiting();
     void ResumeListener();
     unsigned LimitToPause(unsigned timeoutMs);
-    void ShedConnection();
     void AddClient(CDescriptor socket);
-    void ServeClient(unsigned id, bool readable, bool writable);
+    void ServeClient(const CSelectWrapper::SReady& ready);
     void TakeBytes(SJsonRpcClient& client, const char* begin, const char* end);
     void RunMessage(SJsonRpcClient& client, const char* begin, const char* end);
     void AppendReply(SJsonRpcClient& client, const Json::Value& response);
     void Flush(SJsonRpcClient& client);
     void WatchWrite(SJsonRpcClient& client, bool write);
     void FailOutput(SJsonRpcClient& client, int error);
+    void DropOutput(SJsonRpcClient& client);
+    void Recount(SJsonRpcClient& client);
     void Charge(SJsonRpcClient& client);
-    void PurgeGreediest();
+    bool PurgeGreediest();
     void Doom(SJsonRpcClient& client);
     void Purge();
-    void Remove(ClientList::iterator client);
+    void Remove(ClientList::iterator position);
     void TellGone(unsigned id) noexcept;
+    void LogClient(const char* what, const SJsonRpcClient& client) const;
+    void LogReplyFailure(const SJsonRpcClient& client, int error) const;
 
     ILog& mLog;
     ClientList mClients;
@@ -138,14 +146,14 @@ private:
     std::vector<std::uint32_t> mPurge; // ids
     ClientList mRemoved;               // still held by a walk
     unsigned mWalks = 0;
-    bool mInPass = false;
 
     CSelectWrapper mSelect;
     int mWatchedListener = -1;
     bool mListenerPaused = false;
     std::chrono::steady_clock::time_point mPausedUntil;
-    bool mFull = false;   // the client limit was logged
-    CDescriptor mReserve; // given up for a moment to close a connection that no descriptor is left for
+    bool mHasRunOut = false; // of descriptors; logged
+    bool mIsFull = false;    // the client limit was reached; logged
+    CDescriptor mReserve;    // given up for a moment to close a connection that no descriptor is left for
 
     SLimits mLimits = kDefaultLimits;
     std::size_t mPendingBytes = 0;

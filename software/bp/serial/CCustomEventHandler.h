@@ -7,8 +7,8 @@
 class CEventDispatcher;
 class CIpcMessage;
 
-/// Registers itself under its code; whoever made it calls `CEventDispatcher::RemoveCustomHandler` before it goes
-/// (one that is forgotten removes itself). A derived class overrides what it supports.
+/// Registers itself under its code; whoever made it calls `CEventDispatcher::RemoveCustomHandler` before it
+/// goes (one that is forgotten removes itself). A derived class overrides what it supports.
 class CCustomEventHandler
 {
 public:

@@ -1,0 +1,190 @@
+// The table of sub-commands, and the way from the command line to one of them.
+#include "apps/lanternctl/CProgram.h"
+
+#include "apps/lanternctl/CCallCommand.h"
+#include "apps/lanternctl/CCommandFailure.h"
+#include "apps/lanternctl/CCompletionCommand.h"
+#include "apps/lanternctl/CGetCommand.h"
+#include "apps/lanternctl/CInfoCommand.h"
+#include "apps/lanternctl/CListCommand.h"
+#include "apps/lanternctl/CModulesCommand.h"
+#include "apps/lanternctl/CSession.h"
+#include "apps/lanternctl/CSetCommand.h"
+#include "apps/lanternctl/CWatchCommand.h"
+#include "apps/lanternctl/ICommand.h"
+#include "software/utility/NUtf8.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <map>
+#include <memory>
+#include <ostream>
+#include <string>
+
+namespace
+{
+constexpr unsigned kMaxTimeoutMs = 3'600'000;
+
+template <typename T>
+std::unique_ptr<ICommand> Make()
+{
+    return std::make_unique<T>();
+}
+
+struct SCommandRow
+{
+    const char* mName;
+    const char* mHelp;
+    std::unique_ptr<ICommand> (*mMake)();
+};
+
+constexpr SCommandRow kCommands[] = {
+    {"get", "Show values", &Make<CGetCommand>},
+    {"set", "Set a value, or start an action", &Make<CSetCommand>},
+    {"info", "Show everything about a control", &Make<CInfoCommand>},
+    {"list", "List the controls", &Make<CListCommand>},
+    {"watch", "Show changes as they happen", &Make<CWatchCommand>},
+    {"modules", "List the groups of methods", &Make<CModulesCommand>},
+    {"call", "Call any method", &Make<CCallCommand>},
+    {"completion", "Print a completion script for a shell", &Make<CCompletionCommand>},
+};
+
+constexpr char kFooter[] =
+    "Exit codes: 0 done, 1 the projector refused, 2 wrong usage, 3 no connection or no answer in time.\n"
+    "Examples:\n"
+    "  lanternctl set LUM 73.5\n"
+    "  lanternctl set SRC \"HDMI 2\"\n"
+    "  lanternctl --host 192.168.1.10 watch LUM TP1";
+
+constexpr char kCommandFooter[] = "The options that all commands share: lanternctl --help";
+
+/// The declared command line: one row of the table becomes one sub-command.
+class CArguments
+{
+public:
+    CArguments()
+        : mApp("Controls a projector", "lanternctl")
+    {
+        mApp.fallthrough(); // "--json" may stand behind the sub-command too
+        mApp.require_subcommand(0, 1);
+        mApp.set_version_flag("--version", std::string("lanternctl " LANTERN_VERSION));
+        mApp.footer(kFooter);
+        mApp.add_option("--host", mOptions.mHost, "Name or address of the projector")
+            ->type_name("H")
+            ->envname("LANTERN_HOST")
+            ->capture_default_str();
+        mApp.add_option("--port", mOptions.mPort, "TCP port of its JSON-RPC interface")
+            ->envname("LANTERN_PORT")
+            ->type_name("N")
+            ->check(CLI::Range(1, 65535).description(""))
+            ->capture_default_str();
+        mApp.add_option("--timeout", mOptions.mTimeoutMs,
+                        "Longest wait for the connection and for each answer, ms")
+            ->type_name("MS")
+            ->check(CLI::Range(1u, kMaxTimeoutMs).description(""))
+            ->capture_default_str();
+        mApp.add_flag("--json", mOptions.mJson, "Print the raw members as JSON, one document a line");
+        for (const SCommandRow& row : kCommands)
+        {
+            CLI::App* arguments = mApp.add_subcommand(row.mName, row.mHelp);
+            arguments->footer(kCommandFooter);
+            const auto& command = mCommands[arguments] = row.mMake();
+            command->Declare(*arguments);
+        }
+    }
+
+    CLI::App& GetApp() noexcept { return mApp; }
+    const SClientOptions& GetOptions() const noexcept { return mOptions; }
+
+    /// The sub-command that was asked for. @throws CCommandFailure (wrong usage) when there is none
+    ICommand& GetCommand() const
+    {
+        const auto chosen = mApp.get_subcommands();
+        if (chosen.empty())
+            throw CCommandFailure(EExitCode::WrongUsage, "a command is missing; one of: " + GetNames());
+        return *mCommands.at(chosen.front());
+    }
+
+    /// The parser's complaint in words that help.
+    std::string Explain(const CLI::ParseError& error) const
+    {
+        const auto* extras = dynamic_cast<const CLI::ExtrasError*>(&error);
+        if (extras == nullptr)
+            return error.what();
+        const std::vector<std::string> remaining = mApp.remaining(true);
+        const bool isOption = !remaining.empty() && remaining.front().front() == '-';
+        if (mApp.get_subcommands().empty() && !remaining.empty() && !isOption)
+            return "no such command \"" + remaining.front() + "\"; one of: " + GetNames();
+        return error.what() +
+               std::string(isOption ? "; a value that starts with \"-\" goes behind \"--\"" : "");
+    }
+
+private:
+    static std::string GetNames()
+    {
+        std::string names;
+        for (const SCommandRow& row : kCommands)
+            names += (names.empty() ? "" : ", ") + std::string(row.mName);
+        return names;
+    }
+
+    SClientOptions mOptions;
+    CLI::App mApp;
+    std::map<const CLI::App*, std::unique_ptr<ICommand>> mCommands;
+};
+
+// What is sent to a projector is JSON, which is UTF-8.
+void CheckEncoding(int argc, const char* const* arguments)
+{
+    for (int i = 1; i < argc; ++i)
+    {
+        if (!NUtf8::IsStorable(arguments[i]))
+            throw CCommandFailure(EExitCode::WrongUsage,
+                                  "argument " + std::to_string(i) + " is not valid UTF-8");
+    }
+}
+
+EExitCode RunCommand(CSession& session, CArguments& declared, int argc, const char* const* arguments)
+{
+    try
+    {
+        CheckEncoding(argc, arguments);
+        declared.GetApp().parse(argc, arguments);
+        return declared.GetCommand().Run(session);
+    }
+    catch (const CLI::CallForHelp&)
+    {
+        session.Out() << declared.GetApp().help();
+        return EExitCode::Done;
+    }
+    catch (const CLI::CallForVersion& version)
+    {
+        session.Out() << version.what() << '\n';
+        return EExitCode::Done;
+    }
+    catch (const CLI::ParseError& error)
+    {
+        throw CCommandFailure(EExitCode::WrongUsage, declared.Explain(error) + " (see lanternctl --help)");
+    }
+}
+} // namespace
+
+int CProgram::Run(int argc, const char* const* arguments)
+{
+    CArguments declared;
+    CSession session(declared.GetOptions(), mOut, mError, mIsTerminal);
+    EExitCode exitCode = EExitCode::Done;
+    try
+    {
+        exitCode = RunCommand(session, declared, argc, arguments);
+        session.Flush(); // a reader who left early has seen enough
+    }
+    catch (const CCommandFailure& failure)
+    {
+        mOut.flush(); // what was printed before comes first
+        session.Complain(failure.what());
+        exitCode = failure.GetExitCode();
+    }
+    return static_cast<int>(exitCode);
+}

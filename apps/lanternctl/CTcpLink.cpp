@@ -1,0 +1,253 @@
+// Requests are numbered; everything that arrives is either the awaited reply, a change, or of no interest.
+#include "apps/lanternctl/CTcpLink.h"
+
+#include "apps/lanternctl/CCommandFailure.h"
+#include "apps/lanternctl/NJsonDocument.h"
+#include "software/jsonrpc/NAddress.h"
+#include "software/utility/CException.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <utility>
+
+namespace
+{
+constexpr char kNotification[] = "control:notify";
+constexpr int kNoDescriptor = -1;
+
+// A projector that lost its power says nothing: after about 25 s of silence the connection counts as lost.
+struct SSocketOption
+{
+    int mLevel;
+    int mOption;
+    int mValue;
+};
+constexpr SSocketOption kKeepAlive[] = {
+    {SOL_SOCKET, SO_KEEPALIVE, 1},   {IPPROTO_TCP, TCP_KEEPIDLE, 10},         // s
+    {IPPROTO_TCP, TCP_KEEPINTVL, 5},                                          // s
+    {IPPROTO_TCP, TCP_KEEPCNT, 3},   {IPPROTO_TCP, TCP_USER_TIMEOUT, 25'000}, // ms
+};
+
+[[noreturn]] void FailConnection(const std::string& sentence)
+{
+    throw CCommandFailure(EExitCode::NoConnection, sentence);
+}
+
+std::string DescribeError(const Json::Value& error)
+{
+    if (error.isObject() && error["message"].isString() && error["code"].isInt())
+        return error["message"].asString() + " (" + std::to_string(error["code"].asInt()) + ")";
+    return NJsonDocument::Compact(error); // some methods answer a list of errors
+}
+
+Json::Value CodeParameter(const std::string& code)
+{
+    Json::Value parameters(Json::objectValue);
+    parameters["code"] = code;
+    return parameters;
+}
+
+int MillisecondsUntil(const std::optional<std::chrono::steady_clock::time_point>& deadline)
+{
+    if (!deadline)
+        return -1; // poll's for ever
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(*deadline - std::chrono::steady_clock::now());
+    return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, INT_MAX));
+}
+} // namespace
+
+CTcpLink::CTcpLink(const std::string& host, unsigned short port, std::chrono::milliseconds timeout)
+    : mName(host + ":" + std::to_string(port))
+    , mHost(host)
+    , mTimeout(timeout)
+    , mClient(host, port)
+{
+    Connect();
+}
+
+Json::Value CTcpLink::Get(const std::string& code)
+{
+    return Request(code, "control:get", CodeParameter(code));
+}
+
+Json::Value CTcpLink::Set(const std::string& code, const Json::Value& value)
+{
+    Json::Value parameters = CodeParameter(code);
+    parameters["value"] = value;
+    return Request(code, "control:set", parameters);
+}
+
+std::optional<CControlInfo> CTcpLink::Describe(const std::string& code)
+{
+    std::vector<CControlInfo> controls = List(code);
+    const auto control = std::find_if(controls.begin(), controls.end(),
+                                      [&](const CControlInfo& c) { return c.GetCode() == code; });
+    if (control == controls.end())
+        return std::nullopt;
+    return std::move(*control);
+}
+
+Json::Value CTcpLink::GetProperties(const std::string& code)
+{
+    return Request(code, "control:getProperties", CodeParameter(code));
+}
+
+std::vector<CControlInfo> CTcpLink::List(const std::string& prefix)
+{
+    Json::Value parameters;
+    if (!prefix.empty())
+        parameters["prefix"] = prefix;
+    const Json::Value list = Request("control:list", "control:list", parameters);
+    if (!list.isArray())
+        FailConnection(mName + " answered something other than a list of controls");
+    return std::vector<CControlInfo>(list.begin(), list.end());
+}
+
+void CTcpLink::Watch(const std::vector<std::string>& codes)
+{
+    std::string subject;
+    Json::Value parameters(Json::objectValue);
+    for (const std::string& code : codes)
+    {
+        subject += (subject.empty() ? "" : ", ") + code;
+        parameters["code"].append(code);
+    }
+    parameters["sendNow"] = true;
+    Request(subject, "control:addListener", parameters);
+}
+
+IProjectorLink::EWait CTcpLink::WaitForChange(Json::Value& change,
+                                              std::optional<std::chrono::milliseconds> timeout, int interrupt)
+{
+    Deadline deadline;
+    if (timeout)
+        deadline = std::chrono::steady_clock::now() + *timeout;
+    while (mChanges.empty())
+    {
+        const EWait wait = Receive(deadline, interrupt);
+        if (wait != EWait::Change)
+            return wait;
+    }
+    change = std::move(mChanges.front());
+    mChanges.pop_front();
+    return EWait::Change;
+}
+
+Json::Value CTcpLink::Call(const std::string& method, const Json::Value& parameters)
+{
+    return Request(method, method, parameters);
+}
+
+Json::Value CTcpLink::Request(const std::string& subject, const std::string& method,
+                              const Json::Value& parameters)
+{
+    Json::Value request(Json::objectValue);
+    request["jsonrpc"] = "2.0";
+    request["id"] = ++mLastId;
+    request["method"] = method;
+    if (!parameters.isNull())
+        request["params"] = parameters;
+    mReply.reset();
+    Send(request);
+
+    const auto deadline = std::chrono::steady_clock::now() + mTimeout;
+    while (!mReply)
+    {
+        // Asked for by itself too: a projector that announces without pause is always ready to be read.
+        const bool isLate = std::chrono::steady_clock::now() > deadline;
+        if (isLate || Receive(deadline, kNoDescriptor) == EWait::Elapsed)
+            FailConnection("no answer from " + mName + " within " + std::to_string(mTimeout.count()) + " ms");
+    }
+    const Json::Value& reply = *mReply;
+    if (reply.isMember("error"))
+        throw CCommandFailure(EExitCode::Refused, subject + ": " + DescribeError(reply["error"]));
+    return reply["result"];
+}
+
+void CTcpLink::Connect()
+{
+    const std::string refusal = "no connection to " + mName + ": ";
+    const std::optional<sockaddr_in> address = NAddress::Resolve(mHost, mClient.GetPort());
+    if (!address)
+        FailConnection(refusal + "no such host");
+    std::array<char, INET_ADDRSTRLEN> dotted{};
+    inet_ntop(AF_INET, &address->sin_addr, dotted.data(), dotted.size());
+    mClient.SetAddress(dotted.data()); // the name is looked up once
+    if (!mClient.Connect(static_cast<int>(mTimeout.count())))
+        FailConnection(refusal + std::strerror(errno));
+    for (const SSocketOption& option : kKeepAlive) // a system without one of them only notices later
+        setsockopt(mClient.GetSocket(), option.mLevel, option.mOption, &option.mValue, sizeof option.mValue);
+}
+
+void CTcpLink::Send(const Json::Value& request)
+{
+    try
+    {
+        mClient.Send(NJsonDocument::Compact(request));
+    }
+    catch (const CException&)
+    {
+        LoseConnection();
+    }
+}
+
+void CTcpLink::Sort(const Json::Value& message)
+{
+    if (!message.isObject())
+        return;
+    const Json::Value& method = message["method"];
+    if (method.isString() && method.asString() == kNotification)
+        mChanges.push_back(message["params"]);
+    else if (message["id"].isInt() && message["id"].asInt() == mLastId)
+        mReply = message;
+    else if (message["id"].isNull() && message.isMember("error")) // it could not make sense of our request
+        mReply = message;
+}
+
+IProjectorLink::EWait CTcpLink::Receive(const Deadline& deadline, int interrupt)
+{
+    std::array<pollfd, 2> watched{{{mClient.GetSocket(), POLLIN, 0}, {interrupt, POLLIN, 0}}};
+    const int ready = poll(watched.data(), watched.size(), MillisecondsUntil(deadline)); // -1 is left out
+    if (ready == 0)
+        return EWait::Elapsed;
+    if (ready > 0 && watched[1].revents != 0)
+        return EWait::Interrupted;
+    if (ready < 0)
+    {
+        if (errno == EINTR)
+            return EWait::Change;
+        LoseConnection();
+    }
+    std::deque<std::string> messages;
+    try
+    {
+        mClient.Recv(messages, false);
+    }
+    catch (const CException&)
+    {
+        LoseConnection();
+    }
+    for (const std::string& text : messages)
+    {
+        Json::Value message;
+        std::string problem;
+        if (!NJsonDocument::Parse(text, message, problem))
+            FailConnection(mName + " does not speak JSON-RPC: " + problem);
+        Sort(message);
+    }
+    return EWait::Change;
+}
+
+void CTcpLink::LoseConnection() const
+{
+    FailConnection("connection to " + mName + " lost");
+}

@@ -1,0 +1,48 @@
+// A projector on the network.
+#pragma once
+
+#include "apps/lanternctl/IProjectorLink.h"
+#include "software/bp/c4j/CJsonRpcTcpClient.h"
+
+#include <deque>
+#include <string>
+
+/// JSON-RPC over TCP, one request at a time. What the projector sends unasked while a reply is awaited is
+/// kept for `WaitForChange`.
+class CTcpLink : public IProjectorLink
+{
+public:
+    /// Connects.
+    /// @param timeout  longest wait for the connection and for each reply, above 0
+    CTcpLink(const std::string& host, unsigned short port, std::chrono::milliseconds timeout);
+
+    Json::Value Get(const std::string& code) override;
+    Json::Value Set(const std::string& code, const Json::Value& value) override;
+    std::optional<CControlInfo> Describe(const std::string& code) override;
+    Json::Value GetProperties(const std::string& code) override;
+    std::vector<CControlInfo> List(const std::string& prefix) override;
+    void Watch(const std::vector<std::string>& codes) override;
+    EWait WaitForChange(Json::Value& change, std::optional<std::chrono::milliseconds> timeout,
+                        int interrupt) override;
+    Json::Value Call(const std::string& method, const Json::Value& parameters) override;
+
+private:
+    using Deadline = std::optional<std::chrono::steady_clock::time_point>;
+
+    /// @param subject  what a refusal is about, in front of its text
+    Json::Value Request(const std::string& subject, const std::string& method, const Json::Value& parameters);
+    void Connect();
+    void Send(const Json::Value& request);
+    void Sort(const Json::Value& message);
+    /// Takes in what has arrived; `Change` means that there may be something new.
+    EWait Receive(const Deadline& deadline, int interrupt);
+    [[noreturn]] void LoseConnection() const;
+
+    const std::string mName; // host:port, for messages
+    const std::string mHost;
+    const std::chrono::milliseconds mTimeout;
+    CJsonRpcTcpClient mClient;
+    int mLastId = 0;
+    std::deque<Json::Value> mChanges;  // parameters of notifications, oldest first
+    std::optional<Json::Value> mReply; // to the request with the last id
+};

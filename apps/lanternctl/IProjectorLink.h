@@ -1,0 +1,49 @@
+// A way to reach a projector.
+#pragma once
+
+#include "apps/lanternctl/CControlInfo.h"
+
+#include <chrono>
+#include <json/value.h>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The sub-commands know no transport: they ask this. Each operation throws `CCommandFailure`: `Refused` with
+/// "SUBJECT: TEXT (CODE)" when the projector answers an error, `NoConnection` when it cannot be reached, does
+/// not answer in time, or goes away. Codes are given in upper case.
+class IProjectorLink
+{
+public:
+    enum class EWait
+    {
+        Change,      ///< one was taken
+        Elapsed,     ///< nothing happened in time
+        Interrupted, ///< the other descriptor has something to say
+    };
+
+    virtual ~IProjectorLink() = default;
+
+    /// @returns the raw members, {"code": ..., "value": ...}
+    virtual Json::Value Get(const std::string& code) = 0;
+    /// @returns the raw members after the change
+    virtual Json::Value Set(const std::string& code, const Json::Value& value) = 0;
+    /// Everything about one control; nothing when the projector lists no such code.
+    virtual std::optional<CControlInfo> Describe(const std::string& code) = 0;
+    /// What of a control may change while it runs, as raw members: "enabled", range, soft range or list.
+    virtual Json::Value GetProperties(const std::string& code) = 0;
+    /// The controls whose codes begin with the prefix, by ascending code; all for an empty one.
+    virtual std::vector<CControlInfo> List(const std::string& prefix) = 0;
+
+    /// Subscribes to all of these controls, or to none. Their state comes as the first changes.
+    virtual void Watch(const std::vector<std::string>& codes) = 0;
+    /// Waits for a change of a watched control.
+    /// @param change      the raw members, {"code": ...} and what changed; written for `Change` only
+    /// @param timeout     longest wait; nothing: for ever
+    /// @param interrupt   a descriptor that ends the wait when it is readable
+    virtual EWait WaitForChange(Json::Value& change, std::optional<std::chrono::milliseconds> timeout,
+                                int interrupt) = 0;
+
+    /// Any method by its name. @param parameters  an array or object, null for none
+    virtual Json::Value Call(const std::string& method, const Json::Value& parameters) = 0;
+};

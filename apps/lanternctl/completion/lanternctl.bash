@@ -1,0 +1,58 @@
+# bash completion for lanternctl; made by "lanternctl completion bash"
+_lanternctl()
+{
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+    local command='' own='' words='' arguments=0 i
+    local -a projector=()
+    COMPREPLY=()
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        case ${COMP_WORDS[i]} in
+        --host | --port)
+            projector+=("${COMP_WORDS[i]}" "${COMP_WORDS[++i]}")
+            ;;
+        %OPTIONS_WITH_VALUE%)
+            ((++i))
+            ;;
+        -*) ;;
+        *)
+            if [[ -z $command ]]; then
+                command=${COMP_WORDS[i]}
+            else
+                ((++arguments))
+            fi
+            ;;
+        esac
+    done
+    case $previous in
+    --format)
+        words='table codes markdown'
+        ;;
+    --host)
+        COMPREPLY=($(compgen -A hostname -- "$current"))
+        return
+        ;;
+    %OPTIONS_WITH_VALUE%)
+        return
+        ;;
+    *)
+        case $command in
+%OPTIONS_BY_COMMAND%
+        esac
+        if [[ $current == -* ]]; then
+            words="%OPTIONS% $own"
+        else
+            case $command:$arguments in
+            :0) words='%COMMANDS%' ;;
+            completion:0) words='bash zsh' ;;
+            set:0 | info:0 | list:0 | get:* | watch:*)
+                # Asked of the projector, which may not be there: not for long, and without a word.
+                words=$("$1" "${projector[@]}" --timeout 500 list --format codes 2>/dev/null)
+                current=${current^^}
+                ;;
+            esac
+        fi
+        ;;
+    esac
+    COMPREPLY=($(compgen -W "$words" -- "$current"))
+}
+complete -F _lanternctl lanternctl

@@ -1,0 +1,63 @@
+#compdef lanternctl
+# zsh completion for lanternctl; made by "lanternctl completion zsh"
+_lanternctl() {
+    local command='' own='' previous=${words[CURRENT - 1]}
+    local -a projector codes commands
+    local -i arguments=0 i
+    commands=(
+%DESCRIBED_COMMANDS%
+    )
+    for ((i = 2; i < CURRENT; i++)); do
+        case ${words[i]} in
+        (--host|--port)
+            projector+=(${words[i]} ${words[i + 1]})
+            ((i++))
+            ;;
+        (%OPTIONS_WITH_VALUE%)
+            ((i++))
+            ;;
+        (-*) ;;
+        (*)
+            if [[ -z $command ]]; then
+                command=${words[i]}
+            else
+                ((arguments++))
+            fi
+            ;;
+        esac
+    done
+    case $previous in
+    (--format)
+        compadd table codes markdown
+        return
+        ;;
+    (--host)
+        _hosts
+        return
+        ;;
+    (%OPTIONS_WITH_VALUE%)
+        return
+        ;;
+    esac
+    case $command in
+%OPTIONS_BY_COMMAND%
+    esac
+    if [[ ${words[CURRENT]} == -* ]]; then
+        compadd -- ${=:-%OPTIONS% $own}
+        return
+    fi
+    case $command:$arguments in
+    (:0) _describe command commands ;;
+    (completion:0) compadd bash zsh ;;
+    (set:0|info:0|list:0|get:*|watch:*)
+        # Asked of the projector, which may not be there: not for long, and without a word.
+        codes=(${(f)"$(${words[1]} $projector --timeout 500 list --format codes 2>/dev/null)"})
+        compadd -M 'm:{a-z}={A-Z}' -a codes
+        ;;
+    esac
+}
+if [[ ${zsh_eval_context[-1]} == loadautofunc ]]; then
+    _lanternctl "$@"
+else
+    compdef _lanternctl lanternctl
+fi

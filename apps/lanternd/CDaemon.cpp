@@ -1,0 +1,145 @@
+// Order of construction is order of dependency; the front ends come last and go first.
+#include "apps/lanternd/CDaemon.h"
+
+#include "apps/lanternd/NProcess.h"
+#include "apps/lanternd/NReason.h"
+#include "apps/lanternd/SOptions.h"
+#include "software/bp/c4j/CC4jControl.h"
+#include "software/bp/c4j/CJsonRpcServer.h"
+#include "software/bp/serial/CProjCon.h"
+#include "software/include/ILog.h"
+#include "software/utility/CException.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <filesystem>
+#include <ostream>
+#include <string>
+#include <system_error>
+#include <thread>
+
+namespace
+{
+constexpr char kSource[] = "apps/lanternd/CDaemon";
+constexpr std::chrono::milliseconds kTick(20);
+constexpr std::size_t kReservedDescriptors = 64; // for files, logs, timers and the other front ends
+
+// Made private to the daemon's account and group when it is missing.
+std::string OpenStateFolder(const std::string& folder)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    if (fs::create_directories(folder, error))
+        fs::permissions(folder, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec, error);
+    if (error || !fs::is_directory(folder, error))
+        throw CException(__func__, kSource, __LINE__, false, "Unable to use the state folder %s: %s",
+                         folder.c_str(), error ? error.message().c_str() : "it is not a folder");
+    return folder;
+}
+
+std::size_t ChooseMaxClients(std::size_t wanted, ILog& log)
+{
+    const std::size_t descriptors = NProcess::RaiseDescriptorLimit();
+    const std::size_t possible =
+        descriptors > 2 * kReservedDescriptors ? descriptors - kReservedDescriptors : descriptors / 2;
+    if (wanted > possible)
+        log.LogWarning("The limit of %zu open files leaves room for %zu clients, not for %zu", descriptors,
+                       possible, wanted);
+    return wanted == 0 ? possible : std::min(wanted, possible);
+}
+} // namespace
+
+CDaemon::CDaemon(const SOptions& options, ILog& log)
+    : mLog(log)
+    , mStateLock(OpenStateFolder(options.mStateDir) + "/lanternd.lock", "state in " + options.mStateDir)
+    , mDispatcher(log)
+    , mLogic(mDispatcher, mProjector.GetHardware(), log)
+    , mControls(mDispatcher,
+                [this](std::string_view code) -> IControlProxy& { return mLogic.GetProxy(code); })
+    , mStore(mDispatcher, options.mStateDir + "/controls.json", mSlowClock, log)
+    , mTick(kTick)
+{
+    NProcess::SetFinestTimerSlack();
+    mLog.LogFYI(eFyiStartup, "lanternd %s keeps its state in %s and is configured by %s", LANTERN_VERSION,
+                options.mStateDir.c_str(), options.mConfigDir.c_str());
+    LoadControls(options);
+    OpenServer(options);
+}
+
+CDaemon::~CDaemon() = default;
+
+void CDaemon::LoadControls(const SOptions& options)
+{
+    mTexts.Load(options.mConfigDir + "/texts." + options.mLanguage + ".json");
+    mDispatcher.SetTextCatalog(&mTexts);
+    mControls.Load(options.mConfigDir + "/controls.json");
+    mStore.Load();
+    if (CProjCon* version = mDispatcher.GetControl("VER"))
+        version->SetText(LANTERN_VERSION, eChangeNoApply);
+    mControls.UpdateHardware();
+}
+
+void CDaemon::OpenServer(const SOptions& options)
+{
+    try
+    {
+        mServer =
+            std::make_unique<CJsonRpcServer>(mDispatcher, options.mBindAddress, options.mPort, mClock, mLog);
+    }
+    catch (const CException& error)
+    {
+        throw CException(__func__, kSource, __LINE__, false, "Unable to listen on %s port %u: %s",
+                         options.mBindAddress.c_str(), unsigned{options.mPort}, NReason::Of(error).c_str());
+    }
+    mServer->SetLimits({ChooseMaxClients(options.mMaxClients, mLog), options.mMaxPendingBytes});
+    mServer->AddWakeDescriptor(mTick.GetDescriptor());
+    mServer->AddWakeDescriptor(mSignals.GetDescriptor());
+    mControlMethods = std::make_unique<CC4jControl>(*mServer);
+}
+
+void CDaemon::PrintReady(std::ostream& out) const
+{
+    out << "lanternd ready: json-rpc=" << mServer->GetPort() << std::endl; // flushed: somebody waits for it
+}
+
+void CDaemon::Run()
+{
+    for (;;)
+    {
+        if (const int signal = mSignals.TakeSignal(); signal != 0)
+        {
+            mLog.LogFYI(eFyiGeneral, "Signal %d: stopping", signal);
+            break;
+        }
+        RunPass();
+    }
+    mServer->Close(); // nobody is told of a change that the file will not hold
+    mStore.Stop();
+}
+
+void CDaemon::RunPass()
+{
+    try
+    {
+        mDispatcher.Update();
+        Advance();
+        mStore.Update();
+        mServer->ProcessMessages();
+    }
+    catch (const std::exception& error)
+    {
+        mLog.LogError("A pass of the loop ended early: %s", error.what());
+        std::this_thread::sleep_for(
+            kTick); // what failed once may fail for ever, and must not take the whole core
+    }
+}
+
+void CDaemon::Advance()
+{
+    const std::chrono::milliseconds elapsed = mTick.TakeElapsed();
+    if (elapsed.count() == 0)
+        return;
+    mProjector.Advance(elapsed);
+    mLogic.Advance(elapsed);
+}

@@ -1,0 +1,63 @@
+// The daemon: everything it is made of, and the loop that drives it.
+#pragma once
+
+#include "apps/lanternd/CControlStore.h"
+#include "apps/lanternd/CControlTable.h"
+#include "apps/lanternd/CLockFile.h"
+#include "apps/lanternd/CSignalWatch.h"
+#include "apps/lanternd/CTickTimer.h"
+#include "simulator/CSimulatedProjector.h"
+#include "software/bp/hwlogic/CProjectorLogic.h"
+#include "software/bp/serial/CEventDispatcher.h"
+#include "software/utility/CMonotonicClockHighResPosix.h"
+#include "software/utility/CMonotonicClockLowRes.h"
+#include "software/utility/CTextCatalog.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+
+class CC4jControl;
+class CJsonRpcServer;
+class ILog;
+struct SOptions;
+
+/// A projector that can be talked to from the end of the constructor on. One thread constructs, runs and
+/// destroys it.
+class CDaemon
+{
+public:
+    /// Opens everything: state, controls, hardware, ports.
+    /// @param log           must outlive the daemon
+    /// @throws CException   a sentence that names what could not be opened
+    CDaemon(const SOptions& options, ILog& log);
+    CDaemon(const CDaemon&) = delete;
+    CDaemon& operator=(const CDaemon&) = delete;
+    ~CDaemon();
+
+    /// Tells what is open in one line: "lanternd ready: json-rpc=7400".
+    void PrintReady(std::ostream& out) const;
+
+    void Run(); ///< until SIGTERM or SIGINT; then everything is saved
+
+private:
+    void LoadControls(const SOptions& options);
+    void OpenServer(const SOptions& options);
+    void RunPass();
+    void Advance();
+
+    ILog& mLog;
+    CSignalWatch mSignals; // before the first thread starts, so that all of them leave the signals to it
+    CLockFile mStateLock;
+    CMonotonicClockHighResPosix mClock;
+    CMonotonicClockLowRes mSlowClock; // for what takes longer than the other one's 42 s
+    CTextCatalog mTexts;
+    CEventDispatcher mDispatcher;
+    CSimulatedProjector mProjector;
+    CProjectorLogic mLogic;
+    CControlTable mControls;
+    CControlStore mStore;
+    CTickTimer mTick; // drives the projector until the job scheduler takes over
+    std::unique_ptr<CJsonRpcServer> mServer;
+    std::unique_ptr<CC4jControl> mControlMethods;
+};

@@ -1,0 +1,25 @@
+// The signals that end the daemon, as something its loop can wait for.
+#pragma once
+
+#include "software/utility/CDescriptor.h"
+
+#include <csignal>
+
+/// Blocks SIGTERM and SIGINT for the calling thread, and for every thread started after it, and collects them
+/// in a descriptor. What was blocked before is restored when it goes.
+class CSignalWatch
+{
+public:
+    /// @throws CException "Unable to watch for signals" with the system error
+    CSignalWatch();
+    CSignalWatch(const CSignalWatch&) = delete;
+    CSignalWatch& operator=(const CSignalWatch&) = delete;
+    ~CSignalWatch();
+
+    int GetDescriptor() const noexcept { return mSignals.Get(); } ///< readable once a signal has arrived
+    int TakeSignal() noexcept;                                    ///< the number of one that arrived, else 0
+
+private:
+    sigset_t mBefore{};
+    CDescriptor mSignals;
+};

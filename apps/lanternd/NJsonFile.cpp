@@ -1,0 +1,73 @@
+// jsoncpp in strict mode, and what that lets through.
+#include "apps/lanternd/NJsonFile.h"
+
+#include "software/utility/NUtf8.h"
+
+#include <json/reader.h>
+#include <json/writer.h>
+
+#include <memory>
+#include <stdexcept>
+
+namespace
+{
+constexpr int kMaxDepth = 16;
+
+// jsoncpp reports on several indented lines.
+std::string JoinLines(const std::string& text)
+{
+    std::string line;
+    for (const char c : text)
+    {
+        const bool isBlank = c == '\n' || c == ' ';
+        if (!isBlank)
+            line += c;
+        else if (!line.empty() && line.back() != ' ')
+            line += ' ';
+    }
+    while (!line.empty() && line.back() == ' ')
+        line.pop_back();
+    return line;
+}
+} // namespace
+
+Json::Value NJsonFile::ParseObject(const std::string& bytes)
+{
+    if (!NUtf8::IsStorable(bytes)) // jsoncpp would put replacements into the values
+        throw std::runtime_error("it is not UTF-8 text");
+    Json::CharReaderBuilder builder;
+    Json::CharReaderBuilder::strictMode(&builder.settings_);
+    builder["stackLimit"] = kMaxDepth;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value root;
+    std::string errors;
+    try
+    {
+        if (!reader->parse(bytes.data(), bytes.data() + bytes.size(), &root, &errors))
+            throw std::runtime_error(JoinLines(errors));
+    }
+    catch (const Json::Exception& error) // too deep
+    {
+        throw std::runtime_error(JoinLines(error.what()));
+    }
+    if (!root.isObject())
+        throw std::runtime_error("it is not a JSON object");
+    return root;
+}
+
+std::string NJsonFile::Print(const Json::Value& object)
+{
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = " ";
+    builder["emitUTF8"] = true;
+    return Json::writeString(builder, object) + '\n';
+}
+
+std::string NJsonFile::PrintShort(const Json::Value& value)
+{
+    constexpr std::size_t kShown = 40; // bytes
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    const std::string text = Json::writeString(builder, value); // ASCII: a cut splits no character
+    return text.size() <= kShown ? text : text.substr(0, kShown) + "...";
+}

@@ -1,0 +1,22 @@
+// What the command line chooses.
+#pragma once
+
+#include "software/include/ELogLevel.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+struct SOptions
+{
+    std::uint16_t mPort = 7400; ///< 0: a free one
+    std::string mBindAddress = "0.0.0.0";
+    std::string mStateDir = "/var/lib/lantern";
+    std::string mConfigDir;                               ///< as installed, unless given
+    std::string mLanguage = "en";                         ///< of names and help: texts.LANGUAGE.json
+    std::size_t mMaxClients = 0;                          ///< 0: as many as there are file descriptors for
+    std::size_t mMaxPendingBytes = std::size_t{64} << 20; ///< of all clients together
+    ELogLevel mLogLevel = ELogLevel::Fyi;
+    std::string mLogFile; ///< empty: none
+    bool mUseSyslog = false;
+};

@@ -1,0 +1,230 @@
+// Load generator of the request rows: keeps a number of requests in flight on each of its connections.
+#include "bench/load/CLatencies.h"
+#include "bench/support/NLoopback.h"
+#include "software/utility/CException.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <sys/epoll.h>
+
+namespace
+{
+using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+constexpr char kSource[] = "bench/load/RequestLoad";
+constexpr int kEventsAtOnce = 1024;
+constexpr std::size_t kReadSize = 65536;
+constexpr double kWarmUp = 0.25; // of the measured time, before it: caches, branches, the sockets' windows
+constexpr int kStalledMs = 5000; // a server that sends nothing for so long has failed
+
+struct SOptions
+{
+    std::uint16_t mPort = 0;
+    std::string mRequest;
+    unsigned mClients = 1;
+    unsigned mInFlight = 1; // per client
+    unsigned mIdle = 0;     // connections that stay silent beside the clients
+    double mSeconds = 1.0;
+    pid_t mServer = 0; // whose CPU time is read; 0: nobody's
+};
+
+/// One connection. Replies come in the order of the requests, so a ring of sending times is all it keeps.
+struct SConnection
+{
+    CDescriptor mSocket;
+    std::vector<Clock::time_point> mSentAt;
+    std::size_t mNextSent = 0;
+    std::size_t mNextReply = 0;
+};
+
+struct STally
+{
+    CLatencies mLatencies;
+    std::size_t mReplyBytes = 0;
+};
+
+/// One thread and a closed loop: a reply read is a request sent, those of one read joined into one send.
+class CRequestLoad
+{
+public:
+    explicit CRequestLoad(const SOptions& options);
+    void Run();
+    void Print(); ///< the result as one line of JSON
+
+private:
+    void Open(SConnection& connection);
+    void Send(SConnection& connection, std::size_t count);
+    void Serve(SConnection& connection);
+    void Pump();
+    void PumpUntil(Clock::time_point end);
+    void PumpUntilAnswered();
+
+    const SOptions mOptions;
+    const std::size_t mRequestSize; // with its end
+    std::string mBurst;             // as many requests as a client may have in flight, to be cut from
+    std::vector<char> mBuffer = std::vector<char>(kReadSize);
+    CDescriptor mEpoll;
+    std::vector<SConnection> mClients;
+    std::vector<SConnection> mIdle;
+    bool mRefilling = false; // whether a reply read is a request sent
+    std::size_t mPending = 0;
+    STally mTally;
+
+    STally mMeasured;
+    double mSeconds = 0.0;
+    std::chrono::nanoseconds mServerTime{0};
+};
+
+CRequestLoad::CRequestLoad(const SOptions& options)
+    : mOptions(options)
+    , mRequestSize(options.mRequest.size() + 1)
+    , mEpoll(epoll_create1(EPOLL_CLOEXEC))
+    , mClients(options.mClients)
+    , mIdle(options.mIdle)
+{
+    if (!mEpoll.IsOpen())
+        throw CException(__func__, kSource, __LINE__, true, "Unable to make an epoll");
+    for (unsigned i = 0; i < options.mInFlight; ++i)
+        mBurst.append(options.mRequest).push_back(NLoopback::kMessageEnd);
+    // Half of the idle ones before the clients, half behind: no place in the server's list is favoured.
+    const auto half = mIdle.begin() + static_cast<std::ptrdiff_t>(mIdle.size() / 2);
+    const auto open = [this](SConnection& connection) { Open(connection); };
+    std::for_each(mIdle.begin(), half, open);
+    std::for_each(mClients.begin(), mClients.end(), open);
+    std::for_each(half, mIdle.end(), open);
+}
+
+/// Connects and waits for one reply, so that the server has accepted before anything is measured.
+void CRequestLoad::Open(SConnection& connection)
+{
+    connection.mSocket = NLoopback::Connect(mOptions.mPort);
+    connection.mSentAt.resize(mOptions.mInFlight);
+    epoll_event event{};
+    event.events = EPOLLIN;
+    event.data.ptr = &connection;
+    if (epoll_ctl(mEpoll.Get(), EPOLL_CTL_ADD, connection.mSocket.Get(), &event) != 0)
+        throw CException(__func__, kSource, __LINE__, true, "Unable to watch a socket");
+    Send(connection, 1);
+    PumpUntilAnswered();
+}
+
+void CRequestLoad::Run()
+{
+    mRefilling = true;
+    for (SConnection& connection : mClients)
+        Send(connection, mOptions.mInFlight);
+    PumpUntil(Clock::now() +
+              std::chrono::duration_cast<Clock::duration>(Seconds(mOptions.mSeconds * kWarmUp)));
+
+    mTally = STally();
+    const auto serverStart = NLoopback::GetCpuTime(mOptions.mServer);
+    const auto start = Clock::now();
+    PumpUntil(start + std::chrono::duration_cast<Clock::duration>(Seconds(mOptions.mSeconds)));
+    mServerTime = NLoopback::GetCpuTime(mOptions.mServer) - serverStart;
+    mSeconds = Seconds(Clock::now() - start).count();
+    mMeasured = std::exchange(mTally, STally());
+
+    mRefilling = false;
+    PumpUntilAnswered(); // an unread reply would make the close a reset
+}
+
+void CRequestLoad::Print()
+{
+    const auto replies = mMeasured.mLatencies.GetCount();
+    if (replies == 0)
+        throw CException(__func__, kSource, __LINE__, false, "No request was answered in %g s", mSeconds);
+    const auto perReply = [&](auto total)
+    { return static_cast<double>(total) / static_cast<double>(replies); };
+    std::printf("{\"requests\": %zu, \"seconds\": %.3f, \"reply_bytes\": %g, \"server_cpu_us\": %.4f, "
+                "\"p50_us\": %.3f, \"p99_us\": %.3f}\n",
+                replies, mSeconds, perReply(mMeasured.mReplyBytes), perReply(mServerTime.count()) / 1000.0,
+                mMeasured.mLatencies.GetQuantileUs(0.5), mMeasured.mLatencies.GetQuantileUs(0.99));
+}
+
+void CRequestLoad::Send(SConnection& connection, std::size_t count)
+{
+    const auto now = Clock::now();
+    for (std::size_t i = 0; i < count; ++i)
+        connection.mSentAt[connection.mNextSent++ % mOptions.mInFlight] = now;
+    mPending += count;
+    NLoopback::SendAll(connection.mSocket.Get(), std::string_view(mBurst).substr(0, count * mRequestSize));
+}
+
+void CRequestLoad::Serve(SConnection& connection)
+{
+    const std::size_t size = NLoopback::Receive(connection.mSocket.Get(), mBuffer.data(), mBuffer.size());
+    const auto now = Clock::now();
+    const char* const data = mBuffer.data();
+    const auto replies = static_cast<std::size_t>(std::count(data, data + size, NLoopback::kMessageEnd));
+    if (replies > connection.mNextSent - connection.mNextReply)
+        throw CException(__func__, kSource, __LINE__, false, "The server sent a reply that nobody asked for");
+    mTally.mReplyBytes += size;
+    for (std::size_t i = 0; i < replies; ++i)
+        mTally.mLatencies.Add(now - connection.mSentAt[connection.mNextReply++ % mOptions.mInFlight]);
+    mPending -= replies;
+    if (mRefilling && replies != 0)
+        Send(connection, replies);
+}
+
+void CRequestLoad::Pump()
+{
+    epoll_event events[kEventsAtOnce];
+    const int count = epoll_wait(mEpoll.Get(), events, kEventsAtOnce, kStalledMs);
+    if (count == 0)
+        throw CException(__func__, kSource, __LINE__, false, "The server has stopped answering");
+    if (count < 0 && errno != EINTR)
+        throw CException(__func__, kSource, __LINE__, true, "Unable to wait");
+    for (int i = 0; i < count; ++i)
+        Serve(*static_cast<SConnection*>(events[i].data.ptr));
+}
+
+void CRequestLoad::PumpUntil(Clock::time_point end)
+{
+    while (Clock::now() < end)
+        Pump();
+}
+
+void CRequestLoad::PumpUntilAnswered()
+{
+    while (mPending != 0)
+        Pump();
+}
+} // namespace
+
+int main(int argc, char** argv)
+try
+{
+    SOptions options;
+    CLI::App app("Keeps requests in flight on many connections; prints what it cost as one line of JSON.");
+    app.add_option("--port", options.mPort, "port of the server on 127.0.0.1")->required();
+    app.add_option("--request", options.mRequest, "the request, sent with a NUL behind it")->required();
+    app.add_option("--clients", options.mClients, "connections that send requests")
+        ->check(CLI::Range(1, 60000));
+    app.add_option("--in-flight", options.mInFlight, "requests in flight per client")
+        ->check(CLI::Range(1, 1000));
+    app.add_option("--idle", options.mIdle, "connections that stay silent")->check(CLI::Range(0, 60000));
+    app.add_option("--seconds", options.mSeconds, "length of the measurement")->check(CLI::PositiveNumber);
+    app.add_option("--server-pid", options.mServer, "process whose CPU time is divided by the requests");
+    CLI11_PARSE(app, argc, argv);
+
+    NLoopback::RaiseDescriptorLimit();
+    CRequestLoad load(options);
+    load.Run();
+    load.Print();
+    return 0;
+}
+catch (const std::exception& error)
+{
+    std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
+    return 1;
+}

@@ -1,0 +1,82 @@
+// Two thresholds and a step at a time, so that the light neither flickers nor oscillates with the heat.
+#include "software/bp/hwlogic/CLightDerating.h"
+
+#include "software/bp/hwlogic/ICoolingBoard.h"
+#include "software/bp/serial/CEventDispatcher.h"
+#include "software/bp/serial/CProjCon.h"
+#include "software/include/ILog.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+int PartOfRange(const CProjCon& control, double fraction)
+{
+    const double range = static_cast<double>(control.GetMaxValue()) - control.GetMinValue();
+    return static_cast<int>(std::lround(range * fraction));
+}
+
+void SetSoftMaximum(CProjCon& light, int softMaximum)
+{
+    const bool isLimited = softMaximum < light.GetMaxValue();
+    // Heat does not ask whether the control is locked, so the change must reach a disabled one as well.
+    light.SetSoftRange(light.GetSoftMinValue(), light.IsSoftMinActive(), softMaximum, isLimited,
+                       eChangeHardware);
+}
+} // namespace
+
+CLightDerating::CLightDerating(CEventDispatcher& dispatcher, const std::string& code,
+                               const ICoolingBoard& board, ILog& log)
+    : mDispatcher(dispatcher)
+    , mCode(code)
+    , mBoard(board)
+    , mLog(log)
+{
+}
+
+void CLightDerating::Advance(std::chrono::milliseconds elapsed)
+{
+    mSinceStep = std::min(mSinceStep + elapsed, kStepPeriod);
+    CProjCon* light = mDispatcher.GetControl(mCode);
+    if (light == nullptr || mSinceStep < kStepPeriod)
+        return;
+
+    // Not a number when the sensor is silent: neither comparison holds then, the light stays as it is, and
+    // the fans run at full speed.
+    const double temperature = mBoard.GetTemperature(EThermalZone::Die);
+    const int step = std::max(1, PartOfRange(*light, kStepFraction));
+    const int ceiling = mDerated ? light->GetSoftMaxValue() : light->GetMaxValue();
+    const int least = light->GetMinValue() + PartOfRange(*light, kLeastFraction);
+    if (temperature > kLimit && ceiling > least)
+        Lower(*light, std::max(ceiling - step, least));
+    else if (temperature < kRelease && mDerated)
+        Raise(*light, std::min(ceiling + step, light->GetMaxValue()));
+}
+
+void CLightDerating::Lower(CProjCon& light, int softMaximum)
+{
+    if (!mDerated || light.GetValue() != light.GetSoftMaxValue())
+        mWanted = light.GetValue(); // not what an earlier step left, but what somebody chose
+    if (!mDerated)
+        mLog.LogWarning("%s: die at %.1f degrees C, above %.1f; light output is being limited", mCode.c_str(),
+                        mBoard.GetTemperature(EThermalZone::Die), kLimit);
+    mDerated = true;
+    mSinceStep = std::chrono::milliseconds(0);
+    SetSoftMaximum(light, softMaximum);
+}
+
+void CLightDerating::Raise(CProjCon& light, int softMaximum)
+{
+    const bool stillHeldDown = light.GetValue() == light.GetSoftMaxValue() && mWanted > light.GetValue();
+    mDerated = softMaximum < light.GetMaxValue();
+    mSinceStep = std::chrono::milliseconds(0);
+    SetSoftMaximum(light, softMaximum);
+    if (stillHeldDown)
+        light.SetValue(std::min(mWanted, softMaximum), eChangeHardware);
+    else
+        mWanted = light.GetValue(); // somebody chose another output meanwhile
+    if (!mDerated)
+        mLog.LogFYI(eFyiThermal, "%s: die below %.1f degrees C again; light output is no longer limited",
+                    mCode.c_str(), kRelease);
+}

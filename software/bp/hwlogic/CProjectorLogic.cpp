@@ -1,0 +1,91 @@
+// Which code belongs to what.
+#include "software/bp/hwlogic/CProjectorLogic.h"
+
+#include "software/bp/hwlogic/ICoolingBoard.h"
+#include "software/bp/hwlogic/ILensMotor.h"
+
+namespace
+{
+struct SLensCodes
+{
+    const char* mTarget;   // where the axis shall go
+    const char* mPosition; // where it is
+};
+
+constexpr SLensCodes kLensCodes[kLensAxes] = {{"LNH", "LPH"}, {"LNV", "LPV"}, {"LNF", "LPF"}, {"LNZ", "LPZ"}};
+
+struct SZoneCodes
+{
+    EThermalZone mZone;
+    const char* mFan;
+    const char* mTemperature;
+};
+
+constexpr SZoneCodes kZoneCodes[kThermalZones] = {
+    {EThermalZone::Die, "FN1", "TP1"},
+    {EThermalZone::LightSource, "FN2", "TP2"},
+    {EThermalZone::PowerSupply, "FN3", "TP3"},
+};
+} // namespace
+
+CProjectorLogic::CProjectorLogic(CEventDispatcher& dispatcher, const SProjectorHardware& hardware, ILog& log)
+    : mBoard(hardware.mBoard)
+    , mLens{CLensAxisProxy(dispatcher, *hardware.mLens[0]), CLensAxisProxy(dispatcher, *hardware.mLens[1]),
+            CLensAxisProxy(dispatcher, *hardware.mLens[2]), CLensAxisProxy(dispatcher, *hardware.mLens[3])}
+    , mLensHome(dispatcher)
+    , mReset(dispatcher, log)
+    , mFans(hardware.mCooling)
+    , mDerating(dispatcher, "LUM", hardware.mCooling, log)
+    , mHours(dispatcher, "OPH", "PWR")
+    , mLensReadouts(dispatcher)
+    , mThermalReadouts(dispatcher)
+    , mProxies{{"DAT", &mDate}, {"TIM", &mTime}, {"TCM", &mFans}, {"LHM", &mLensHome}, {"RST", &mReset}}
+{
+    BindLens(hardware);
+    BindReadouts(hardware.mCooling);
+}
+
+void CProjectorLogic::BindLens(const SProjectorHardware& hardware)
+{
+    for (std::size_t axis = 0; axis < kLensAxes; ++axis)
+    {
+        ILensMotor& motor = *hardware.mLens[axis];
+        mProxies.emplace(kLensCodes[axis].mTarget, &mLens[axis]);
+        mLensHome.AddAxis(kLensCodes[axis].mTarget, motor);
+        mLensReadouts.Add(kLensCodes[axis].mPosition, [&motor] { return motor.GetPosition(); });
+    }
+}
+
+void CProjectorLogic::BindReadouts(const ICoolingBoard& board)
+{
+    for (const SZoneCodes& codes : kZoneCodes)
+    {
+        const EThermalZone zone = codes.mZone;
+        mThermalReadouts.Add(codes.mFan, [&board, zone] { return board.GetFanSpeed(zone); });
+        mThermalReadouts.Add(codes.mTemperature, [&board, zone] { return board.GetTemperature(zone); });
+    }
+}
+
+IControlProxy& CProjectorLogic::GetProxy(std::string_view code) noexcept
+{
+    if (CBoardProxy::Serves(code))
+        return mBoard;
+    const auto found = mProxies.find(code);
+    if (found != mProxies.end())
+        return *found->second;
+    return mPassive;
+}
+
+void CProjectorLogic::Advance(std::chrono::milliseconds elapsed)
+{
+    mFans.Update();
+    mDerating.Advance(elapsed);
+    mHours.Advance(elapsed);
+    mLensReadouts.Update();
+
+    mSinceReadout += elapsed;
+    if (mSinceReadout < kReadoutPeriod)
+        return;
+    mSinceReadout = std::chrono::milliseconds(0);
+    mThermalReadouts.Update();
+}
