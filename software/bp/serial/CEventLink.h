@@ -49,7 +49,7 @@ public:
     CEventLink(ILog& log, std::unique_ptr<IIpcClient> client);
     CEventLink(const CEventLink&) = delete;
     CEventLink& operator=(const CEventLink&) = delete;
-    virtual ~CEventLink();
+    virtual ~CEventLink(); ///< ends its registrations
 
     /// Called before the first message, and before each further one until it has called `SetInitialized`.
     /// A derived link that can not get ready leaves it out: the message then fails with error 111.
@@ -93,6 +93,9 @@ public:
     /// when it can not be opened, and inside the control process.
     int GetNotifyDescriptor();
     const std::string& GetNotifySocketName() const noexcept; ///< the address that is registered
+    /// Whether the control process had connected to notify this link and is gone: the registrations have to
+    /// be made again. Up to date after `ProcessNotify`.
+    bool IsNotifyLost() const noexcept;
 
     void SetTimeout(unsigned timeoutMs) noexcept { mTimeoutMs = timeoutMs; } ///< of the typed operations
     /// @param initialSeconds  the interval that a call starts with
@@ -103,18 +106,19 @@ protected:
     void SetInitialized(bool initialized = true) noexcept { mInitialized = initialized; }
 
 private:
-    using CTakeReply = std::function<void(CIpcMessage&& reply)>;
-
     static constexpr unsigned kInitialRetrySeconds = 1;
 
     EError Transact(const char* function, int accessGroup, CIpcMessage& message, unsigned timeoutMs,
-                    const std::function<void()>& startAttempt, const CTakeReply& takeReply);
+                    std::list<CIpcMessage>* replies, CIpcMessage& last);
     EError Attempt(const char* function, CIpcMessage& message, unsigned timeoutMs,
-                   const CTakeReply& takeReply);
-    EError Exchange(CIpcMessage& message, unsigned timeoutMs, const CTakeReply& takeReply);
+                   std::list<CIpcMessage>* replies, CIpcMessage& last);
+    EError Exchange(CIpcMessage& message, unsigned timeoutMs, std::list<CIpcMessage>* replies,
+                    CIpcMessage& last);
+    static EError AddAccessGroup(CIpcMessage& message, int accessGroup);
     bool CheckForRetryAndSleep(const char* function, EError error, const CIpcMessage& message,
                                unsigned& seconds);
-    EError Register(int accessGroup, const std::list<SControlSet>& controls, bool registers);
+    EError Request(int accessGroup, const std::string& code, CIpcMessage& reply);
+    EError SendRegistrations(int accessGroup, const std::list<SControlSet>& controls, bool registers);
     bool OpenNotify();
 
     ILog& mLog;
@@ -122,6 +126,7 @@ private:
     ERetryMode mRetryMode = eRetryNone;
     unsigned mInitialRetrySeconds = kInitialRetrySeconds;
     bool mInitialized = false;
+    bool mRegistered = false; // asked for notifications at some time
     unsigned mTimeoutMs = kDefaultTimeoutMs;
     std::function<void(unsigned)> mSleep;
 };

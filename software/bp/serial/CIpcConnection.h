@@ -35,7 +35,7 @@ public:
     /// The next whole message of what was read, which stays valid until the next `Read`; null when there is
     /// none. @param error  set to what is wrong when the stream can not be believed any more, else emptied
     const unsigned char* NextMessage(std::string& error);
-    std::size_t GetUnread() const noexcept { return mInput.size() - mTaken; } ///< bytes of a half message
+    std::size_t GetUnread() const noexcept { return mFilled - mTaken; } ///< bytes of a half message
 
     std::vector<unsigned char>& GetOutput() noexcept { return mOutput; } ///< replies are appended here
     std::size_t GetPending() const noexcept { return mOutput.size() - mSent; }
@@ -47,8 +47,9 @@ public:
 private:
     CDescriptor mSocket;
     std::string mName;
-    std::vector<unsigned char> mInput;
-    std::size_t mTaken = 0; // bytes of mInput that were messages
+    std::vector<unsigned char> mInput; // of fixed size
+    std::size_t mFilled = 0;           // bytes of mInput that have arrived
+    std::size_t mTaken = 0;            // bytes of these that were messages
     std::vector<unsigned char> mOutput;
     std::size_t mSent = 0; // bytes of mOutput that have left
     bool mWatchedForWriting = false;

@@ -14,7 +14,8 @@ class ILog;
 class CIpcListener
 {
 public:
-    /// @throws CException "Socket %s is served by another process already", "%s exists and is no socket", ...
+    /// @throws CException "Socket %s is served by another process already", "%s exists and is no socket",
+    ///                    "Socket name %s is too long: ...", and those of the system calls
     CIpcListener(const std::string& socketName, ILog& log);
     CIpcListener(const CIpcListener&) = delete;
     CIpcListener& operator=(const CIpcListener&) = delete;
@@ -27,22 +28,22 @@ public:
     /// @param peer  name of its socket, or "pid N" when it has none
     /// @returns not open when there is none, or when accepting has to pause
     CDescriptor Accept(std::string& peer);
-    /// Set by an `Accept` that ran out of descriptors or memory: do not watch the listener until `MayResume`.
+    /// Set by an `Accept` that ran out of descriptors or memory: the listener is not to be watched until
+    /// `Resume`.
     bool IsPaused() const noexcept { return mPaused; }
-    bool MayResume() const noexcept; ///< the pause has lasted long enough for another try
+    bool Resume(); ///< ends a pause that has lasted long enough. @returns whether it ended
 
 private:
     void Lock();
+    [[noreturn]] void ThrowInUse() const;
     void RemoveStale() const;
-    void Listen();
     void Pause(int systemError);
 
     const std::string mName;
     ILog& mLog;
     CDescriptor mLock;
     CDescriptor mSocket;
-    bool mBound = false;
     bool mPaused = false;
-    bool mToldPause = false;
-    std::chrono::steady_clock::time_point mPausedSince;
+    bool mHasRunOut = false; // and said so
+    std::chrono::steady_clock::time_point mPausedUntil;
 };

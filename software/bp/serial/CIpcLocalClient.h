@@ -1,11 +1,13 @@
 // The way to the control process from inside it.
 #pragma once
 
+#include "software/bp/serial/CNotificationQueue.h"
 #include "software/bp/serial/IIpcClient.h"
 #include "software/utility/CIpcMessage.h"
 
 #include <list>
 #include <string>
+#include <utility>
 
 class CIpcEventDispatcher;
 
@@ -30,7 +32,8 @@ public:
     const std::string& GetNotifyAddress() const noexcept override { return mAddress; }
     int GetNotifyDescriptor() const noexcept override { return -1; }
     void ProcessNotify(std::list<CIpcMessage>& notifications) override;
-    void SetNotifyHandler(NotifyHandler handler) override;
+    bool IsNotifyLost() const noexcept override { return false; }
+    void SetNotifyHandler(NotifyHandler handler) override { mHandler = std::move(handler); }
 
 private:
     void TakeNotification(const CIpcMessage& notification);
@@ -38,4 +41,6 @@ private:
     CIpcEventDispatcher& mServer;
     std::string mAddress;
     std::list<CIpcMessage> mReplies;
+    NotifyHandler mHandler;
+    CNotificationQueue mNotifications; // while there is no handler: the latest of each kind
 };

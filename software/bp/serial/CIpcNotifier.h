@@ -4,6 +4,8 @@
 #include "software/bp/serial/CNotificationQueue.h"
 #include "software/utility/CDescriptor.h"
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <list>
@@ -29,6 +31,7 @@ public:
     /// Its descriptors are watched under tags from here on.
     static constexpr std::uint64_t kFirstTag = std::uint64_t{1} << 63;
 
+    /// All three are not owned and must outlive it.
     CIpcNotifier(CSelectWrapper& select, CNotificationManager& registrations, ILog& log);
     CIpcNotifier(const CIpcNotifier&) = delete;
     CIpcNotifier& operator=(const CIpcNotifier&) = delete;
@@ -38,16 +41,17 @@ public:
     void RemoveLocal(const std::string& address);
     bool IsLocal(const std::string& address) const { return mLocals.count(address) != 0; }
 
-    /// Connects to a recipient unless that is done. A socket too busy to be connected to counts as connected.
-    /// @returns 0, or the system error
+    /// Connects to a recipient unless that is done. One that is too busy to be connected to now is tried
+    /// again.
+    /// @returns 0, or the system error of one that can not be reached
     int Connect(const std::string& address);
-    /// Closes the connection of an address without registrations.
+    /// Closes the connection of an address that has no registrations any more.
     void Release(const std::string& address);
 
     void Send(CIpcMessage& notification, const std::list<std::string>& addresses);
 
     void OnReady(std::uint64_t tag, bool readable, bool writable);
-    void RetryBusy(); ///< tries again to connect to sockets that were too busy
+    void RetryBusy(); ///< from time to time tries again to connect to those that were too busy
 
 private:
     struct SRecipient
@@ -58,21 +62,34 @@ private:
     };
     using RecipientMap = std::map<std::string, SRecipient>; // by address
 
-    int Open(const std::string& address, SRecipient& recipient);
-    void SendTo(const std::string& address, const std::string& key, const CNotificationQueue::Bytes& bytes,
-                const CIpcMessage& notification);
-    void CallLocal(const std::string& address, const CIpcMessage& notification);
+    // One notification on its way to several recipients; what only a queue needs is made for the first queue.
+    struct SOutgoing
+    {
+        const CIpcMessage& mMessage;
+        const unsigned char* mBytes;
+        std::size_t mSize;
+        std::string mKey;
+        CNotificationQueue::Bytes mShared;
+    };
+
+    int Find(const std::string& address, RecipientMap::iterator& recipient);
+    int Open(RecipientMap::iterator recipient);
+    void Close(SRecipient& recipient) noexcept;
+    void SendTo(const std::string& address, SOutgoing& outgoing);
+    void CallLocal(const std::string& address, LocalHandler handler, const CIpcMessage& notification);
+    static void Queue(SRecipient& recipient, SOutgoing& outgoing);
     int Flush(SRecipient& recipient);
-    void Lose(const std::string& address, int systemError);
-    void Forget(RecipientMap::iterator recipient);
+    void Lose(RecipientMap::iterator recipient, int systemError);
+    void Unregister(const std::string& address, int systemError);
 
     CSelectWrapper& mSelect;
     CNotificationManager& mRegistrations;
     ILog& mLog;
     std::unordered_map<std::string, LocalHandler> mLocals; // by address
     RecipientMap mRecipients;
-    std::unordered_map<std::uint64_t, std::string> mAddresses; // by tag
+    std::unordered_map<std::uint64_t, RecipientMap::iterator> mByTag;
     std::uint64_t mNextTag = kFirstTag;
     unsigned mNextLocal = 1;
     std::size_t mBusy = 0; // recipients without an open socket
+    std::chrono::steady_clock::time_point mNextTry;
 };

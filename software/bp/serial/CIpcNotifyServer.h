@@ -29,16 +29,25 @@ public:
     bool IsOpen() const noexcept { return mSelect != nullptr; }
     int GetDescriptor() const noexcept; ///< readable when there is something to collect; -1 before `Open`
 
-    /// Appends what has arrived. What is no message is left out.
+    bool IsLost() const noexcept { return mLost; } ///< the control process had connected and is gone
+
+    /// Appends what has arrived, at most some thousand. What is no message is left out.
     void Collect(std::list<CIpcMessage>& notifications);
 
 private:
+    static constexpr std::uint64_t kListenerTag = 0;
+    static constexpr std::uint64_t kFirstConnectionTag = 1;
+
+    using ConnectionMap = std::map<std::uint64_t, CDescriptor>; // by tag
+
     void Accept();
-    bool Receive(int descriptor, std::list<CIpcMessage>& notifications);
+    void Close(ConnectionMap::iterator connection);
+    static bool Receive(int descriptor, std::list<CIpcMessage>& notifications);
 
     const std::string mName;
     CDescriptor mListener;
-    std::unique_ptr<CSelectWrapper> mSelect;           // made by Open
-    std::map<std::uint64_t, CDescriptor> mConnections; // by tag; one, and a second after a restart
-    std::uint64_t mNextTag = 1;
+    std::unique_ptr<CSelectWrapper> mSelect; // made by Open
+    ConnectionMap mConnections; // one, and for a moment two when the control process was started again
+    std::uint64_t mNextTag = kFirstConnectionTag;
+    bool mLost = false;
 };

@@ -32,20 +32,34 @@ public:
     const std::string& GetNotifyAddress() const noexcept override { return mNotifyServer.GetName(); }
     int GetNotifyDescriptor() const noexcept override { return mNotifyServer.GetDescriptor(); }
     void ProcessNotify(std::list<CIpcMessage>& notifications) override;
+    bool IsNotifyLost() const noexcept override { return mNotifyServer.IsLost(); }
     void SetNotifyHandler(NotifyHandler handler) override { mNotifyHandler = std::move(handler); }
 
 private:
     using TimePoint = std::chrono::steady_clock::time_point;
 
+    enum class ESend
+    {
+        Sent,
+        TimedOut,
+        Broken, ///< the control process closed this connection: it has not seen the message
+    };
+
     bool Connect(TimePoint deadline);
-    bool SendBytes(const unsigned char* bytes, std::size_t size, TimePoint deadline);
+    void Bind();
+    ESend SendBytes(const unsigned char* bytes, std::size_t size, TimePoint deadline);
+    void Fill(std::chrono::milliseconds wait);
     bool TakeReply(CIpcMessage& reply);
+    void SetReceiveTimeout(std::chrono::milliseconds wait);
 
     const std::string mServerName;
     const std::string mName;
     CDescriptor mSocket;
     bool mBound = false;
-    std::vector<unsigned char> mInput;
+    std::vector<unsigned char> mInput;            // of fixed size
+    std::size_t mFilled = 0;                      // bytes of mInput that have arrived
+    std::size_t mTaken = 0;                       // bytes of these that were replies
+    std::chrono::milliseconds mReceiveTimeout{0}; // as the socket has it; 0: for ever
     CIpcNotifyServer mNotifyServer;
     NotifyHandler mNotifyHandler;
 };

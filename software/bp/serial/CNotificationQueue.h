@@ -1,6 +1,7 @@
 // What a recipient of notifications has still to be told.
 #pragma once
 
+#include <cstddef>
 #include <list>
 #include <memory>
 #include <string>

@@ -39,6 +39,9 @@ public:
     virtual int GetNotifyDescriptor() const noexcept = 0;
     /// Appends what has arrived, without waiting, or hands it to the handler where there is one.
     virtual void ProcessNotify(std::list<CIpcMessage>& notifications) = 0;
+    /// Whether the control process had connected to the notification socket and is gone: its registrations
+    /// went with it and have to be made again. Up to date after `ProcessNotify`.
+    virtual bool IsNotifyLost() const noexcept = 0;
     /// Takes notifications instead of the list of `ProcessNotify`. A local client calls it at the change
     /// itself, one that uses sockets from within `ProcessNotify`. An empty handler goes back to the list.
     virtual void SetNotifyHandler(NotifyHandler handler) = 0;

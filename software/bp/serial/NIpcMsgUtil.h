@@ -6,7 +6,6 @@
 
 #include <list>
 #include <string>
-#include <string_view>
 #include <vector>
 
 /// Keys of arguments that mean the same in every message of the local IPC.
@@ -45,6 +44,8 @@ std::string GetErrorText(const CIpcMessage& reply); ///< argument 221, empty wit
 
 /// Code and sub-code of a message joined by "+"; a sub-code that was never given is none.
 std::string GetFullCode(const CIpcMessage& message);
+/// Upper-cases a control code in place. @returns false when it is none or its sub-code fits in no message
+[[nodiscard]] bool IsCarriedCode(std::string& fullCode);
 /// Splits a control code into the two fields of a message, upper-cased.
 /// @returns false, with the message untouched, when it is no code or its sub-code fits in no message
 [[nodiscard]] bool SetFullCode(CIpcMessage& message, std::string fullCode);
