@@ -7,6 +7,7 @@
 #include "apps/lanternctl/NDisplayText.h"
 #include "apps/lanternctl/NJsonDocument.h"
 #include "apps/lanternctl/NValueText.h"
+#include "software/bp/serial/NAsciiCodeUtils.h"
 #include "software/include/EAccessLevel.h"
 
 #include <CLI/App.hpp>
@@ -114,7 +115,12 @@ void CListCommand::PrintTable(CSession& session, const std::vector<CControlInfo>
 void CListCommand::PrintCodes(CSession& session, const std::vector<CControlInfo>& controls)
 {
     for (const CControlInfo& control : controls)
-        session.Out() << NDisplayText::Printable(control.GetCode()) << '\n';
+    {
+        // A shell completes with these and may expand what it is given: "$(...)" from a stranger stays out.
+        std::string code = control.GetCode();
+        if (NAsciiCodeUtils::ValidateCode(code))
+            session.Out() << code << '\n';
+    }
 }
 
 void CListCommand::PrintReference(CSession& session, const std::vector<CControlInfo>& controls)

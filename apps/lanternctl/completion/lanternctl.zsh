@@ -2,9 +2,9 @@
 # zsh completion for lanternctl; made by "lanternctl completion zsh"
 _lanternctl() {
     local command='' own='' previous=${words[CURRENT - 1]}
-    local -a projector codes commands
+    local -a projector codes subcommands
     local -i arguments=0 i
-    commands=(
+    subcommands=(
 %DESCRIBED_COMMANDS%
     )
     for ((i = 2; i < CURRENT; i++)); do
@@ -47,7 +47,7 @@ _lanternctl() {
         return
     fi
     case $command:$arguments in
-    (:0) _describe command commands ;;
+    (:0) _describe command subcommands ;;
     (completion:0) compadd bash zsh ;;
     (set:0|info:0|list:0|get:*|watch:*)
         # Asked of the projector, which may not be there: not for long, and without a word.

@@ -7,8 +7,6 @@
 #include "software/bp/serial/NAccess.h"
 #include "software/include/ILog.h"
 
-#include <utility>
-
 namespace
 {
 Json::Value MakeValue(const CProjCon& control)
@@ -23,10 +21,10 @@ Json::Value MakeValue(const CProjCon& control)
     return Json::Value();
 }
 
-void AddIfPresent(Json::Value& obj, const Json::StaticString& name, std::string&& text)
+void AddIfPresent(Json::Value& obj, const Json::StaticString& name, const std::string& text)
 {
     if (!text.empty())
-        obj[name] = std::move(text);
+        obj[name] = text;
 }
 } // namespace
 

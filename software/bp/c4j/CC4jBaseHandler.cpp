@@ -156,18 +156,12 @@ bool CC4jBaseHandler::AddListener(const Json::Value& request, Json::Value& respo
 {
     InitResponseObj(request, response);
     std::string descriptor;
-    if (!FindSubscriber(request, response, descriptor))
+    std::list<std::string> names;
+    if (!FindSubscriber(request, response, descriptor) || !FindNames(request, response, names))
         return true;
-    const Json::Value& params = GetParams(request);
-    const std::list<std::string> names = GetNotifyMethods(params);
-    if (names.empty())
-    {
-        MakeErrorResponse(request, response, eErrorTooFewParameters);
-        return true;
-    }
     for (const std::string& name : names)
         mDispatcher.GetNotificationManager().NotifyRegister(name, descriptor);
-    if (GetSendNow(params, true))
+    if (GetSendNow(GetParams(request), true))
         for (const std::string& name : names)
             SendState(name, descriptor);
     SetEmptyResult(response);
@@ -178,18 +172,25 @@ bool CC4jBaseHandler::RemoveListener(const Json::Value& request, Json::Value& re
 {
     InitResponseObj(request, response);
     std::string descriptor;
-    if (!FindSubscriber(request, response, descriptor))
+    std::list<std::string> names;
+    if (!FindSubscriber(request, response, descriptor) || !FindNames(request, response, names))
         return true;
-    const std::list<std::string> names = GetNotifyMethods(GetParams(request));
-    if (names.empty())
-    {
-        MakeErrorResponse(request, response, eErrorTooFewParameters);
-        return true;
-    }
     for (const std::string& name : names)
         mDispatcher.GetNotificationManager().NotifyUnregister(name, descriptor, false);
     SetEmptyResult(response);
     return true;
+}
+
+bool CC4jBaseHandler::FindNames(const Json::Value& request, Json::Value& response,
+                                std::list<std::string>& names) const
+{
+    names = GetNotifyMethods(GetParams(request));
+    const bool complete =
+        !names.empty() &&
+        std::none_of(names.begin(), names.end(), [](const std::string& name) { return name.empty(); });
+    if (!complete)
+        MakeErrorResponse(request, response, eErrorTooFewParameters);
+    return complete;
 }
 
 // --- Replies

@@ -130,7 +130,8 @@ public:
 
     // --- Notifications
 
-    /// The names that a listener asks for: "notifyMethod", a string or an array of them.
+    /// The names that a listener asks for: "notifyMethod", a string or an array of them. What this returns is
+    /// subscribed to, so a group overrides it to return only names that it has.
     virtual std::list<std::string> GetNotifyMethods(const Json::Value& params) const;
     /// Sends a finished message at once.
     void SendNotification(std::string text, std::list<std::string> descriptors);
@@ -161,6 +162,9 @@ protected:
     /// Whether a listener wants the current state at once; [name, sendNow] or {"sendNow": bool}.
     static bool GetSendNow(const Json::Value& params, bool arrayDefault);
 
+    /// What a listener method is about.
+    /// @returns false, with error 5 answered, when there is no name or an empty one
+    bool FindNames(const Json::Value& request, Json::Value& response, std::list<std::string>& names) const;
     /// The caller as a subscriber. @returns false, with error 5 answered, when it has no client id
     static bool FindSubscriber(const Json::Value& request, Json::Value& response, std::string& descriptor);
     /// Answers error 5 "Can't find client identifier".

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -414,22 +415,19 @@ bool CC4jControl::AddListener(const Json::Value& request, Json::Value& response)
     }
     // Counted now: a client that can not be sent to loses its subscriptions.
     Json::Value result(Json::objectValue);
-    result[NJsonMember::kCount] = GetCount(descriptor, codes.back());
+    result[NJsonMember::kCount] = mDispatcher.GetNotificationManager().GetCount(codes.back(), descriptor);
     if (sendNow)
+    {
+        // Each state once, however often the request names the code: its length must not multiply the work.
+        std::set<const CProjCon*> told;
         for (const CProjCon* control : controls)
-            MakeNotification(*control, eNotifyAll, {descriptor});
+            if (told.insert(control).second)
+                MakeNotification(*control, eNotifyAll, {descriptor});
+    }
     SetResult(response, std::move(result));
     if (mLog.IsEnabled(ELogLevel::Debug))
         mLog.LogDebug("Completed 'addListener' from %s", GetClientIdString(request).c_str());
     return true;
-}
-
-int CC4jControl::GetCount(const std::string& descriptor, const std::string& code) const
-{
-    for (const auto& [subscribed, count] : mDispatcher.GetNotificationManager().GetSubscriptions(descriptor))
-        if (subscribed == code)
-            return count;
-    return 0;
 }
 
 bool CC4jControl::RemoveListener(const Json::Value& request, Json::Value& response)

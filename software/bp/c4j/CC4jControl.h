@@ -39,7 +39,8 @@ public:
     bool GetAttributes(const Json::Value& request, Json::Value& response);
 
     /// [code, sendNow = false], or {"code": code or array of codes, "sendNow" = true}: all codes or none.
-    /// {"count": registrations of the caller on the last code}; the current states leave before the reply.
+    /// {"count": registrations of the caller on the last code}; each current state leaves once, before the
+    /// reply.
     bool AddListener(const Json::Value& request, Json::Value& response) override;
     /// Takes one registration off each code; unknown codes are no failure. Error 5 when there is no code.
     bool RemoveListener(const Json::Value& request, Json::Value& response) override;
@@ -75,7 +76,6 @@ private:
     void LogChange(const Json::Value& request, const CProjCon& control, const SChange& change) const;
     void SetValueResult(const CProjCon& control, const Json::Value& request, Json::Value& response) const;
     Json::Value Describe(const CProjCon& control, const Json::Value& request) const;
-    int GetCount(const std::string& descriptor, const std::string& code) const;
     std::string PrintNotification(const CProjCon& control, ENotifyType type) const;
 
     void LogReceived(const char* method, const Json::Value& request, const std::string& detail) const;

@@ -285,6 +285,7 @@ TEST_F(CC4jBaseHandlerTest, ListenersOfNamesGetTheStateUnlessTheyDecline)
         {"addListener", R"({"notifyMethod":"weather:rain","sendNow":false})", {Result("{}")}},
         {"removeListener", R"({"notifyMethod":"weather:rain"})", {Result("{}")}},
         {"addListener", "{}", {Error(5, "Too Few Parameters")}},
+        {"addListener", R"({"notifyMethod":["weather:rain",""]})", {Error(5, "Too Few Parameters")}},
         {"removeListener", "{}", {Error(5, "Too Few Parameters")}},
     };
     for (const auto& [method, params, messages] : cases)

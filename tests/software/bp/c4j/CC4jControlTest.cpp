@@ -476,6 +476,7 @@ TEST_F(CC4jControlTest, AListenerMayAskForTheStateAtOnce)
         {R"({"code":"LUM"})", {lum, Result(R"({"count":3})")}},
         {R"({"code":"LUM","sendNow":false})", {Result(R"({"count":4})")}},
         {R"({"code":["RST","SRC"]})", {rst, src, Result(R"({"count":1})")}},
+        {R"({"code":["RST","RST"]})", {rst, Result(R"({"count":3})")}}, // two registrations, one state
         {R"({"code":["LUM","QQQ"]})", {kNotFound}},
     };
     for (const auto& [params, messages] : cases)
