@@ -53,26 +53,30 @@ class Figure:
 class Bench:
     """What every row needs: where the programs are, how long to measure, on which cores."""
 
-    def __init__(self, build, rounds, seconds):
+    def __init__(self, build, rounds, seconds, realtime):
         self.build = build
         self.rounds = rounds
         self.seconds = seconds
+        self.realtime = realtime
         cores = sorted(os.sched_getaffinity(0))
         self.load_core, self.server_core = cores[0], cores[-1]
 
     def program(self, path):
         return str(self.build / path)
 
-    def spawn(self, core, command, **options):
-        return subprocess.Popen(command, preexec_fn=lambda: os.sched_setaffinity(0, {core}), **options)
+    def place(self, core):
+        """Puts the calling process on a core; handed to a child as what it does first."""
+        os.sched_setaffinity(0, {core})
+        if self.realtime:
+            os.sched_setscheduler(0, os.SCHED_FIFO, os.sched_param(1))
 
     def output_of(self, core, command, **options):
         """Runs a program to its end and returns what it printed, read as JSON."""
-        with self.spawn(core, command, stdout=subprocess.PIPE, **options) as process:
-            output = process.communicate()[0]
-        if process.returncode != 0:
-            raise RuntimeError(f"{command[0]} failed with exit code {process.returncode}")
-        return json.loads(output)
+        result = subprocess.run(command, preexec_fn=lambda: self.place(core), stdout=subprocess.PIPE,
+                                **options)
+        if result.returncode != 0:
+            raise RuntimeError(f"{command[0]} failed with exit code {result.returncode}")
+        return json.loads(result.stdout)
 
     def load(self, program, *arguments):
         """What a load generator printed."""
@@ -81,10 +85,15 @@ class Bench:
     @contextlib.contextmanager
     def server(self, command, ready):
         """Starts a server on its core; yields its process and its port, which `ready` finds in its output."""
-        with tempfile.TemporaryFile("w+") as output:
-            process = self.spawn(self.server_core, command, stdout=output)
+        with tempfile.TemporaryFile("w+") as output, tempfile.TemporaryFile("w+") as log:
+            process = subprocess.Popen(command, preexec_fn=lambda: self.place(self.server_core),
+                                       stdout=output, stderr=log)
             try:
                 yield process, self.await_port(process, output, ready)
+            except BaseException:
+                log.seek(0)
+                sys.stderr.write(log.read())
+                raise
             finally:
                 process.terminate()
                 process.wait()
@@ -101,12 +110,9 @@ class Bench:
 
     @contextlib.contextmanager
     def daemon(self):
-        with tempfile.TemporaryDirectory(prefix="lantern-bench-") as folder:
-            state, run = (os.path.join(folder, name) for name in ("state", "run"))
-            os.mkdir(state)
-            os.mkdir(run)
+        with tempfile.TemporaryDirectory(prefix="lantern-bench-") as state:
             command = [self.program("apps/lanternd/lanternd"), "--port", "0", "--bind", "127.0.0.1",
-                       "--run-dir", run, "--state-dir", state, "--config-dir", str(SOURCE / "config")]
+                       "--state-dir", state, "--config-dir", str(SOURCE / "config")]
             with self.server(command, r"^lanternd ready: json-rpc=(\d+)") as started:
                 yield started
 
@@ -183,13 +189,17 @@ def compare(job, ours, limit, measures):
 def get_row(job, options, cpu_goal, p50_goal=None):
     """Requests to the daemon, against a bare epoll echo that answers each with the daemon's own reply."""
     def run(bench):
+        # A generator that sleeps must be woken by the server's sends, and only the slower server pays for
+        # that: the faster one keeps it busy. On a core of its own it therefore never sleeps.
+        spin = ["--spin"] if bench.load_core != bench.server_core else []
         with bench.daemon() as (daemon, port):
             with Client(port) as client:
                 reply = client.call(GET)
             with bench.bare("bench/limits/bench_epoll_echo", reply) as (echo, echo_port):
                 def load(process, at):
                     result = bench.load("bench/load/bench_request_load", "--port", at, "--request", GET,
-                                        *options, "--seconds", bench.seconds, "--server-pid", process.pid)
+                                        *options, *spin, "--seconds", bench.seconds,
+                                        "--server-pid", process.pid)
                     if result["reply_bytes"] != len(reply) + 1:
                         raise RuntimeError(f"replies of {result['reply_bytes']} bytes, not {len(reply) + 1}")
                     return result
@@ -302,6 +312,8 @@ def parse_arguments():
     option = parser.add_argument
     option("rows", nargs="*", metavar="row", help="rows to measure (default: all): " + ", ".join(ROWS))
     option("--quick", action="store_true", help="three short rounds instead of five: a rough look")
+    option("--realtime", action="store_true",
+           help="give server and load generator their cores before all other programs (needs root)")
     option("--json", action="store_true", help="print the figures as JSON instead of a table")
     option("--build", type=pathlib.Path, default=SOURCE / "build/bench", help="the build folder to measure")
     arguments = parser.parse_args()
@@ -328,7 +340,7 @@ def main():
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # so that the servers are ended too
 
     rounds, seconds = (3, 0.3) if arguments.quick else (5, 1.0)
-    bench = Bench(arguments.build, rounds, seconds)
+    bench = Bench(arguments.build, rounds, seconds, arguments.realtime)
     busy = busy_cores(seconds=0.5)
     if bench.load_core == bench.server_core:
         print("note: one core only; server and load generator disturb each other", file=sys.stderr)

@@ -18,11 +18,11 @@ namespace
 {
 constexpr std::size_t kMaxValueWidth = 40; // columns; a note of 255 bytes would push the rest off the screen
 
-std::string Join(const std::vector<std::string>& words)
+std::string Join(const std::vector<std::string>& words, const char* separator = ", ")
 {
     std::string line;
     for (const std::string& word : words)
-        line += (line.empty() ? "" : ", ") + word;
+        line += (line.empty() ? "" : separator) + word;
     return line;
 }
 
@@ -53,7 +53,7 @@ std::string NumberedChoices(const CControlInfo& control)
     for (const SChoice& choice : control.GetChoices())
         words.push_back(std::to_string(choice.mIndex) + " " + choice.mText +
                         (choice.mEnabled ? "" : " (disabled)"));
-    return Join(words);
+    return Join(words, "; "); // a choice may hold a comma
 }
 
 std::string MarkdownCell(const std::string& text)

@@ -69,7 +69,7 @@ std::string DescribeChange(const CControlInfo& control, const Json::Value& chang
     if (change.isMember("value"))
         AddPart(words, NValueText::Format(control, change["value"], NValueText::EUnit::Shown));
     if (IsState(change))
-        return control.IsEnabled() ? words : words + " (disabled)";
+        return control.IsEnabled() || control.IsReadOnly() ? words : words + " (disabled)";
     if (change.isMember("enabled"))
         AddPart(words, control.IsEnabled() ? "enabled" : "disabled");
     if (change.isMember("min") || change.isMember("max"))

@@ -34,7 +34,6 @@ struct STypeWords
 constexpr STypeWords kTypeWords[] = {
     {eDisplaySoftRange, "number with a soft range"},
     {eDisplaySoftValue, "number with a soft range and a soft value"},
-    {eDisplayPassword, "secret text"},
     {eDisplayMultiline, "text of several lines"},
     {eDisplayDate, "date"},
     {eDisplayTime, "time of day"},
@@ -65,6 +64,11 @@ const char* FamilyWords(EControlFamily family) noexcept
 std::string Quoted(const std::string& text)
 {
     return "\"" + text + "\"";
+}
+
+std::string OnOrOff(bool on)
+{
+    return on ? "on" : "off";
 }
 
 std::string WithUnit(const CControlInfo& control, std::string number)
@@ -191,11 +195,13 @@ std::string NValueText::Format(const CControlInfo& control, const Json::Value& v
     if (value.isString())
         return value.asString();
     if (value.isBool())
-        return value.asBool() ? "on" : "off";
+        return OnOrOff(value.asBool());
     if (!value.isInt64())
         return NJsonDocument::Compact(value);
     if (control.GetFamily() == EControlFamily::List)
         return FormatChoice(control, value.asInt64());
+    if (control.GetFamily() == EControlFamily::Boolean) // defaults come as numbers
+        return OnOrOff(value.asInt64() != 0);
     const std::string number = FormatNumber(control, value);
     return unit == EUnit::Shown ? WithUnit(control, number) : number;
 }
@@ -224,7 +230,7 @@ std::string NValueText::FormatChoices(const CControlInfo& control)
 {
     std::string line;
     for (const SChoice& choice : control.GetChoices())
-        line += (line.empty() ? "" : ", ") + choice.mText + (choice.mEnabled ? "" : " (disabled)");
+        line += (line.empty() ? "" : ", ") + Quoted(choice.mText) + (choice.mEnabled ? "" : " (disabled)");
     return line;
 }
 

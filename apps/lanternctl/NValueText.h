@@ -21,7 +21,7 @@ std::string Format(const CControlInfo& control, const Json::Value& value, EUnit 
 std::string FormatRange(const CControlInfo& control);
 /// The soft range in the same form, empty when the control has none.
 std::string FormatSoftRange(const CControlInfo& control);
-/// All choices in one line, "HDMI 1, SDI (disabled)".
+/// All choices in one line, quoted as a shell takes them: "HDMI 1", "SDI" (disabled).
 std::string FormatChoices(const CControlInfo& control);
 /// The type in words and its number, "choice (400)".
 std::string FormatType(const CControlInfo& control);

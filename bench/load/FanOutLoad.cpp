@@ -47,8 +47,8 @@ private:
 
     const SOptions mOptions;
     std::vector<char> mBuffer = std::vector<char>(4096);
-    std::vector<CDescriptor> mSubscribers;
     CDescriptor mSender;
+    std::vector<CDescriptor> mSubscribers;
     std::size_t mNextChange = 0;
 
     CLatencies mTimes;
@@ -57,7 +57,11 @@ private:
 
 CFanOutLoad::CFanOutLoad(const SOptions& options)
     : mOptions(options)
+    , mSender(NLoopback::Connect(options.mPort))
 {
+    // The last of the changes first, so that the first of them is one.
+    NLoopback::SendAll(mSender.Get(), options.mChanges.back() + NLoopback::kMessageEnd);
+    AwaitMessage(mSender.Get());
     for (unsigned i = 0; i < options.mSubscribers; ++i)
     {
         mSubscribers.push_back(NLoopback::Connect(options.mPort));
@@ -66,7 +70,6 @@ CFanOutLoad::CFanOutLoad(const SOptions& options)
         NLoopback::SendAll(mSubscribers.back().Get(), options.mSubscribe + NLoopback::kMessageEnd);
         AwaitMessage(mSubscribers.back().Get());
     }
-    mSender = NLoopback::Connect(options.mPort);
 }
 
 void CFanOutLoad::Run()

@@ -23,9 +23,9 @@ using Seconds = std::chrono::duration<double>;
 
 constexpr char kSource[] = "bench/load/RequestLoad";
 constexpr int kEventsAtOnce = 1024;
+constexpr int kWaitMs = 100; // for a reply, before the time is looked at
 constexpr std::size_t kReadSize = 65536;
 constexpr double kWarmUp = 0.25; // of the measured time, before it: caches, branches, the sockets' windows
-constexpr int kStalledMs = 5000; // a server that sends nothing for so long has failed
 
 struct SOptions
 {
@@ -33,6 +33,7 @@ struct SOptions
     std::string mRequest;
     unsigned mClients = 1;
     unsigned mInFlight = 1; // per client
+    bool mSpin = false;     // see the option
     unsigned mIdle = 0;     // connections that stay silent beside the clients
     double mSeconds = 1.0;
     pid_t mServer = 0; // whose CPU time is read; 0: nobody's
@@ -179,9 +180,7 @@ void CRequestLoad::Serve(SConnection& connection)
 void CRequestLoad::Pump()
 {
     epoll_event events[kEventsAtOnce];
-    const int count = epoll_wait(mEpoll.Get(), events, kEventsAtOnce, kStalledMs);
-    if (count == 0)
-        throw CException(__func__, kSource, __LINE__, false, "The server has stopped answering");
+    const int count = epoll_wait(mEpoll.Get(), events, kEventsAtOnce, mOptions.mSpin ? 0 : kWaitMs);
     if (count < 0 && errno != EINTR)
         throw CException(__func__, kSource, __LINE__, true, "Unable to wait");
     for (int i = 0; i < count; ++i)
@@ -196,8 +195,13 @@ void CRequestLoad::PumpUntil(Clock::time_point end)
 
 void CRequestLoad::PumpUntilAnswered()
 {
+    const auto stalled = Clock::now() + std::chrono::seconds(NLoopback::kStalledSeconds);
     while (mPending != 0)
+    {
+        if (Clock::now() > stalled)
+            throw CException(__func__, kSource, __LINE__, false, "The server has stopped answering");
         Pump();
+    }
 }
 } // namespace
 
@@ -212,6 +216,7 @@ try
         ->check(CLI::Range(1, 60000));
     app.add_option("--in-flight", options.mInFlight, "requests in flight per client")
         ->check(CLI::Range(1, 1000));
+    app.add_flag("--spin", options.mSpin, "never sleep, so that no reply has to wake this program");
     app.add_option("--idle", options.mIdle, "connections that stay silent")->check(CLI::Range(0, 60000));
     app.add_option("--seconds", options.mSeconds, "length of the measurement")->check(CLI::PositiveNumber);
     app.add_option("--server-pid", options.mServer, "process whose CPU time is divided by the requests");

@@ -1,18 +1,16 @@
-// Counts what the heap is asked for: lantern_bench replaces operator new.
+// Tells with a benchmark's time what it took from the heap.
 #pragma once
 
-#include <cstddef>
+#include "tests/support/CAllocationCount.h"
 
-namespace benchmark
-{
-class State;
-}
+#include <benchmark/benchmark.h>
 
 namespace NAllocations
 {
-/// Allocations of all threads since the program began.
-std::size_t GetCount() noexcept;
-
-/// Sets the counter "allocations" of a benchmark: those since `before`, per iteration. Called after its loop.
-void Report(benchmark::State& state, std::size_t before);
+/// Sets the counter "allocations": those since `count` was made, per iteration. Called after the loop.
+inline void Report(benchmark::State& state, const CAllocationCount& count)
+{
+    state.counters["allocations"] =
+        benchmark::Counter(static_cast<double>(count.Get()), benchmark::Counter::kAvgIterations);
+}
 } // namespace NAllocations

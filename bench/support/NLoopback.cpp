@@ -10,6 +10,7 @@
 #include <netinet/tcp.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 
 namespace
 {
@@ -72,6 +73,9 @@ CDescriptor NLoopback::Connect(std::uint16_t port)
     const sockaddr_in address = MakeAddress(port);
     if (connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         throw CException(__func__, kSource, __LINE__, true, "Unable to connect to 127.0.0.1:%d", port);
+    const timeval stalled{kStalledSeconds, 0};
+    if (setsockopt(socket.Get(), SOL_SOCKET, SO_RCVTIMEO, &stalled, sizeof stalled) != 0)
+        throw CException(__func__, kSource, __LINE__, true, "Unable to set SO_RCVTIMEO");
     SendAtOnce(socket.Get());
     return socket;
 }
@@ -96,7 +100,10 @@ void NLoopback::SendAll(int socket, std::string_view bytes)
 
 std::size_t NLoopback::Receive(int socket, char* buffer, std::size_t size)
 {
-    return ReceiveWith(socket, buffer, size, 0);
+    const std::size_t count = ReceiveWith(socket, buffer, size, 0);
+    if (count == 0)
+        throw CException(__func__, kSource, __LINE__, false, "Nothing came for %d s", kStalledSeconds);
+    return count;
 }
 
 std::size_t NLoopback::ReceiveIfThere(int socket, char* buffer, std::size_t size)

@@ -14,11 +14,13 @@
 namespace NLoopback
 {
 constexpr char kMessageEnd = '\0'; ///< ends every message, in both directions
+constexpr int kStalledSeconds = 5;
 
 /// A listening TCP socket on a free port of 127.0.0.1; `port` becomes that port.
 CDescriptor Listen(std::uint16_t& port);
 
-/// A connected, blocking TCP socket that sends at once (TCP_NODELAY).
+/// A connected, blocking TCP socket that sends at once (TCP_NODELAY). It waits for bytes for
+/// `kStalledSeconds` at most: a server that is silent for so long has failed.
 CDescriptor Connect(std::uint16_t port);
 void SendAtOnce(int socket); ///< sets TCP_NODELAY
 

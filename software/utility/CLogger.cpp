@@ -118,7 +118,7 @@ spdlog::level::level_enum ToSpdlog(ELogLevel level)
     switch (level)
     {
     case ELogLevel::Debug: return spdlog::level::debug;
-    case ELogLevel::Fyi: return spdlog::level::info;
+    case ELogLevel::Fyi:
     case ELogLevel::Normal: return spdlog::level::info;
     case ELogLevel::Warning: return spdlog::level::warn;
     case ELogLevel::Error: return spdlog::level::err;
@@ -177,6 +177,7 @@ std::string_view CLogger::SImpl::Compose(const char* prefix, const char* format,
 {
     const std::size_t start = std::strlen(prefix); // always shorter than the smallest buffer
     std::memcpy(mBuffer.data(), prefix, start);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it does not follow the list through the callers
     const int printed = std::vsnprintf(mBuffer.data() + start, mBuffer.size() - start, format, arguments);
     mLine.clear();
     if (printed < 0) // a wide character that has no bytes: the bare format still says what happened

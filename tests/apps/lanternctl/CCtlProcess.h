@@ -29,7 +29,7 @@ public:
 
     explicit CCtlProcess(const std::vector<std::string>& arguments,
                          const std::vector<std::string>& environment = {}, EOutput output = EOutput::Pipe,
-                         const std::string& program = LANTERNCTL_PATH)
+                         const std::string& program = LANTERN_TEST_CTL)
     {
         CDescriptor outEnd;
         if (output == EOutput::Terminal)

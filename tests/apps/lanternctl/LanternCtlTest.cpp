@@ -87,7 +87,7 @@ TEST_F(LanternCtl, SaysWhyItDidNot)
         {{"set", "SRC", "HDMI 9"},
          2,
          "",
-         "lanternctl: SRC: no such choice \"HDMI 9\"; one of: HDMI 1, HDMI 2, SDI (disabled)\n"},
+         "lanternctl: SRC: no such choice \"HDMI 9\"; one of: \"HDMI 1\", \"HDMI 2\", \"SDI\" (disabled)\n"},
         {{"set", "LUM"}, 2, "", "lanternctl: LUM: a value is missing\n"},
         {{"set", "NME", "\xff"}, 2, "", "lanternctl: argument 5 is not valid UTF-8\n"},
         {{"call", "get", "[\"LUM\"] x"}, 2, "", ""},
@@ -190,7 +190,7 @@ TEST_F(LanternCtl, WatchTellsEveryKindOfChangeAtOnce)
                           entry.mText = "Network";
                           c.AddList({c.GetList().front(), entry});
                       });
-    EXPECT_TRUE(watch.WaitForOutput("SRC choices HDMI 1, Network\n"));
+    EXPECT_TRUE(watch.WaitForOutput("SRC choices \"HDMI 1\", \"Network\"\n"));
     mProjector.Change("SRC", [](CProjCon& c) { c.SetValue(5); });
     EXPECT_EQ(watch.Wait(), 0);
     EXPECT_THAT(watch.GetOutput(),
@@ -295,9 +295,9 @@ TEST_F(LanternCtl, CompletionOffersWhatFits)
     {
         SCOPED_TRACE(line);
         const std::string typed = std::regex_replace(line, std::regex("@"), mProjector.GetPort());
-        const std::string script = "source <(" LANTERNCTL_PATH " completion bash); COMP_WORDS=(lanternctl " +
+        const std::string script = "source <(" LANTERN_TEST_CTL " completion bash); COMP_WORDS=(lanternctl " +
                                    typed + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _lanternctl " +
-                                   LANTERNCTL_PATH + "; echo ${COMPREPLY[@]}";
+                                   LANTERN_TEST_CTL + "; echo ${COMPREPLY[@]}";
         CCtlProcess bash({"-c", script}, {}, CCtlProcess::EOutput::Pipe, "/bin/bash");
         EXPECT_EQ(bash.Wait(), 0);
         EXPECT_EQ(bash.GetOutput(), words + "\n");

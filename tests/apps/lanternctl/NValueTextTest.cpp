@@ -54,6 +54,7 @@ TEST(ValueText, ValuesAreShownAsPeopleThinkOfThem)
         {kSource, "99", "99", "99"}, // an index that is not shown
         {kPower, "true", "on", "on"},
         {kPower, "false", "off", "off"},
+        {kPower, "1", "on", "on"}, // as its default comes
         {kName, "\"Große Halle\"", "Große Halle", "Große Halle"},
         {kHome, "null", "-", "-"},
         {kUnlisted, "5", "5", "5"},
@@ -130,7 +131,8 @@ TEST(ValueText, WhatCannotBeMeantIsRefusedWithASentence)
         {kFan, "2147483648", "FN1: \"2147483648\" is more than any control can hold"},
         {kPower, "maybe", "PWR: \"maybe\" is neither \"on\" nor \"off\""},
         {kSource, "HDMI 9",
-         "SRC: no such choice \"HDMI 9\"; one of: HDMI 1, HDMI 2, SDI (disabled), 2, Réseau"},
+         "SRC: no such choice \"HDMI 9\"; one of: \"HDMI 1\", \"HDMI 2\", \"SDI\" (disabled), \"2\", "
+         "\"Réseau\""},
     };
     for (const auto& [control, typed, sentence] : rows)
     {

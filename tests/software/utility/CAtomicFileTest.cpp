@@ -153,6 +153,7 @@ TEST_F(AtomicFile, WritersAtOnceLeaveOneWholeContent)
     constexpr int kThreads = 4;
     std::atomic<int> failures{0};
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int t = 0; t < kThreads; ++t)
         threads.emplace_back(
             [&, t]

@@ -204,6 +204,7 @@ TEST_F(Logger, LinesOfManyThreadsStayWhole)
     {
         CLogger log("T", mOptions);
         std::vector<std::thread> threads;
+        threads.reserve(kThreads);
         for (int t = 0; t < kThreads; ++t)
             threads.emplace_back(
                 [&log, t]

@@ -38,7 +38,7 @@ void FindRecipients(benchmark::State& state)
             manager.NotifyRegister(code, address);
     }
 
-    const auto before = NAllocations::GetCount();
+    const CAllocationCount allocations;
     for (auto _ : state)
     {
         std::list<std::string> recipients;
@@ -49,7 +49,7 @@ void FindRecipients(benchmark::State& state)
         if (found != subscribers)
             state.SkipWithError("Not every subscriber was found");
     }
-    NAllocations::Report(state, before);
+    NAllocations::Report(state, allocations);
 }
 BENCHMARK(FindRecipients)->Arg(100)->Arg(1000);
 } // namespace

@@ -22,6 +22,7 @@ std::vector<std::string> MakeCodes()
 {
     constexpr int kControls = 300;
     std::vector<std::string> codes;
+    codes.reserve(kControls);
     for (int i = 0; i < kControls; ++i)
         codes.push_back("KST+ALONGSUBCODEOFNUMBER" + std::to_string(1000 + i));
     return codes;
@@ -33,14 +34,14 @@ void LookUpEach(benchmark::State& state, const std::vector<std::string>& codes, 
 {
     const std::vector<std::string_view> views(codes.begin(), codes.end());
     std::size_t next = 0;
-    const auto before = NAllocations::GetCount();
+    const CAllocationCount allocations;
     for (auto _ : state)
     {
         if (!find(views[next]))
             state.SkipWithError("A code was not found");
         next = next + 1 == views.size() ? 0 : next + 1;
     }
-    NAllocations::Report(state, before);
+    NAllocations::Report(state, allocations);
 }
 
 void GetControl(benchmark::State& state)
@@ -50,6 +51,7 @@ void GetControl(benchmark::State& state)
     CAcceptingProxy proxy;
     const auto codes = MakeCodes();
     std::vector<std::unique_ptr<CProjCon>> controls;
+    controls.reserve(codes.size());
     for (const auto& code : codes)
         controls.push_back(std::make_unique<CProjCon>(eDisplayInteger, dispatcher, proxy, code, false, -100,
                                                       100, 0, eAccessOperator, 0, 0, 0, false));

@@ -20,14 +20,14 @@ void SetValue(benchmark::State& state)
     CProjCon control(eDisplayInteger, dispatcher, proxy, "BRI", false, -100, 100, 0, eAccessOperator, 0, 0, 0,
                      false);
     int value = 0;
-    const auto before = NAllocations::GetCount();
+    const CAllocationCount allocations;
     for (auto _ : state)
     {
         value ^= 1; // setting what it already is would announce nothing
         if (control.SetValue(value) != 0)
             state.SkipWithError("SetValue was refused");
     }
-    NAllocations::Report(state, before);
+    NAllocations::Report(state, allocations);
     dispatcher.RemoveControl("BRI");
 }
 BENCHMARK(SetValue);
@@ -39,14 +39,14 @@ void SetValueLimit(benchmark::State& state)
     benchmark::DoNotOptimize(proxy); // from here on any class may stand behind it
     const std::string code = "BRI";
     int value = 0;
-    const auto before = NAllocations::GetCount();
+    const CAllocationCount allocations;
     for (auto _ : state)
     {
         value ^= 1;
         if (!proxy->ApplyValue(code, value))
             state.SkipWithError("ApplyValue was refused");
     }
-    NAllocations::Report(state, before);
+    NAllocations::Report(state, allocations);
 }
 BENCHMARK(SetValueLimit);
 } // namespace

@@ -200,7 +200,7 @@ TEST_F(CJsonRpcServerTest, LosingAClientMayCauseFurtherNotifications)
     const unsigned id = Accepted(client);
     CRawClient gone(mServer.GetPort());
     const unsigned goneId = Accepted(gone);
-    mServer.AddClientGoneObserver(
+    const unsigned observer = mServer.AddClientGoneObserver(
         [&](unsigned lost)
         {
             mServer.NotifyPush("key", {"lost " + std::to_string(lost - goneId), {Descriptor(id)}}, 0);
@@ -210,5 +210,6 @@ TEST_F(CJsonRpcServerTest, LosingAClientMayCauseFurtherNotifications)
     const std::string expected = WithNul("at once") + WithNul("lost 0");
     ASSERT_TRUE(PumpUntilReceived(client, expected.size()));
     EXPECT_EQ(client.Received(), expected);
+    mServer.RemoveClientGoneObserver(observer);
 }
 } // namespace

@@ -1,0 +1,229 @@
+// The real program, its real files and its real port.
+#include "apps/lanternd/NJsonFile.h"
+#include "software/utility/CAtomicFile.h"
+#include "tests/support/CDaemonProcess.h"
+#include "tests/support/CRpcConnection.h"
+#include "tests/support/CTemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <regex>
+#include <thread>
+
+namespace
+{
+class Lanternd : public testing::Test
+{
+protected:
+    std::string ReadState() const
+    {
+        std::string bytes;
+        CAtomicFile::Read(mState + "/controls.json", bytes, 1 << 20);
+        return bytes;
+    }
+    // Polls a control until it has that value.
+    static bool AwaitValue(CRpcConnection& client, const std::string& code, const Json::Value& value)
+    {
+        for (int i = 0; i < 500; ++i)
+        {
+            if (client.Get(code) == value)
+                return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return false;
+    }
+
+    CTemporaryFolder mFolder;
+    const std::string mState = mFolder.File("state"); // made by the daemon
+};
+} // namespace
+
+TEST_F(Lanternd, TellsWhenItIsReadyAndEndsCleanly)
+{
+    CDaemonProcess daemon(mState);
+    EXPECT_TRUE(std::regex_match(daemon.GetReadyLine(), std::regex("lanternd ready: json-rpc=[0-9]+")));
+    EXPECT_NE(daemon.GetLog().find("keeps its state in " + mState), std::string::npos);
+    CRpcConnection client(daemon.GetPort());
+    EXPECT_EQ(client.Get("LUM"), 1000);
+    EXPECT_EQ(daemon.Stop(SIGTERM), 0);
+    EXPECT_EQ(daemon.GetOutput(), daemon.GetReadyLine() + "\n"); // nothing else
+    EXPECT_EQ(CDaemonProcess(mState).Stop(SIGINT), 0);
+}
+
+TEST_F(Lanternd, AnswersSetsAndRefusals)
+{
+    CDaemonProcess daemon(mState);
+    CRpcConnection client(daemon.GetPort());
+    struct SCase
+    {
+        const char* mCode;
+        Json::Value mValue;
+        Json::Value mStored; // null: refused
+        int mError;
+        const char* mMessage;
+    };
+    const Json::Value none;
+    const SCase cases[] = {
+        {"LUM", 735, 735, 0, ""},
+        {"lum", 2000, 1000, 0, ""},
+        {"PWR", true, true, 0, ""},
+        {"NME", "Käse", "Käse", 0, ""},
+        {"IPA", "010.0.0.1", "10.0.0.1", 0, ""},
+        {"LNH", 5000, 4500, 0, ""},
+        {"IPA", "10.0.0", none, 104, "Invalid Value"},
+        {"SRC", 9, none, 104, "Invalid Value"},
+        {"SRC", 3, none, 105, "Disabled Control"},
+        {"FN1", 3, none, 105, "This control is read-only"},
+        {"DAT", "2026-02-30", none, 112, "Failed to set Hardware"},
+        {"TIM", "25:00:00", none, 112, "Failed to set Hardware"},
+        {"SVM", true, none, 117, "Invalid Access Group"},
+        {"XXX", 1, none, 101, "Control Not Found"},
+    };
+    for (const SCase& row : cases)
+    {
+        SCOPED_TRACE(row.mCode + std::string(" ") + row.mValue.asString());
+        const Json::Value reply = client.Set(row.mCode, row.mValue);
+        if (row.mError == 0)
+        {
+            EXPECT_EQ(reply["result"]["value"], row.mStored);
+            EXPECT_EQ(client.Get(row.mCode), row.mStored);
+            continue;
+        }
+        EXPECT_EQ(reply["error"]["code"], row.mError);
+        EXPECT_EQ(reply["error"]["message"], row.mMessage);
+    }
+}
+
+TEST_F(Lanternd, TheProjectorBehindItMovesAndWarmsUp)
+{
+    CDaemonProcess daemon(mState);
+    CRpcConnection client(daemon.GetPort());
+    client.Set("LNF", 300);
+    client.Set("PWR", true);
+    EXPECT_TRUE(AwaitValue(client, "LPF", 300)); // 0.3 s
+    for (int i = 0; i < 500 && client.Get("TP1").asInt() <= 250; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_GT(client.Get("TP1").asInt(), 250);
+    client.Set("LHM", 1);
+    EXPECT_EQ(client.Get("LNF"), 0);
+    EXPECT_TRUE(AwaitValue(client, "LPF", 0));
+}
+
+TEST_F(Lanternd, KeepsValuesAcrossARestartAndResetsThem)
+{
+    {
+        CDaemonProcess daemon(mState);
+        CRpcConnection client(daemon.GetPort());
+        client.Set("LUM", 735);
+        client.Set("NME", "Stage \"left\"");
+        EXPECT_EQ(daemon.Stop(), 0); // saved at the stop, however recent
+    }
+    CDaemonProcess daemon(mState, {"--language", "de"});
+    CRpcConnection client(daemon.GetPort());
+    EXPECT_EQ(client.Get("LUM"), 735);
+    EXPECT_EQ(client.Get("NME"), "Stage \"left\"");
+    Json::Value params;
+    params.append("LUM");
+    EXPECT_EQ(client.Call("control:getAttributes", params)["result"]["label"], "Lichtleistung");
+
+    client.Set("RST", 1);
+    EXPECT_EQ(client.Get("LUM"), 1000);
+    EXPECT_EQ(client.Get("NME"), "");
+}
+
+TEST_F(Lanternd, AKillAtAnyMomentLeavesAWholeFile)
+{
+    int last = -1; // value that was certainly on the medium before the kill
+    for (int round = 0; round < 3; ++round)
+    {
+        SCOPED_TRACE(round);
+        CDaemonProcess daemon(mState, {"--log", "warning"});
+        CRpcConnection client(daemon.GetPort());
+        EXPECT_GE(client.Get("LUM").asInt(), last);
+        EXPECT_EQ(daemon.GetLog(), ""); // neither set aside nor dropped
+        client.Set("LUM", round * 100);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+        last = round * 100;
+        ASSERT_NE(ReadState().find("\"LUM\" : " + std::to_string(last)), std::string::npos);
+
+        // A storm, and the kill in the middle of it, at another moment each time.
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(450 + 97 * round);
+        for (int i = 0; std::chrono::steady_clock::now() < end; ++i)
+            client.Set("LUM", last + i % 100);
+        EXPECT_EQ(daemon.Stop(SIGKILL), -SIGKILL);
+        EXPECT_NO_THROW(NJsonFile::ParseObject(ReadState()));
+    }
+}
+
+TEST_F(Lanternd, SetsADamagedStateFileAside)
+{
+    std::filesystem::create_directory(mState);
+    CAtomicFile::Write(mState + "/controls.json", "{\"version\": 1, \"contr");
+    CDaemonProcess daemon(mState);
+    CRpcConnection client(daemon.GetPort());
+    EXPECT_EQ(client.Get("LUM"), 1000);
+    std::string kept;
+    EXPECT_TRUE(CAtomicFile::Read(mState + "/controls.json.bad", kept, 1000));
+    EXPECT_EQ(kept, "{\"version\": 1, \"contr");
+    EXPECT_NE(daemon.GetLog().find("kept as " + mState + "/controls.json.bad"), std::string::npos);
+}
+
+TEST_F(Lanternd, RefusesToStartWithASentence)
+{
+    CDaemonProcess daemon(mState);
+    const std::string config = LANTERN_TEST_CONFIG_DIR;
+    const std::string port = std::to_string(daemon.GetPort());
+    const std::string other = mFolder.File("other");
+    CAtomicFile::Write(mFolder.File("file"), "");
+    struct SCase
+    {
+        std::vector<std::string> mArguments;
+        int mExitCode;
+        std::string mSentence;
+    };
+    const SCase cases[] = {
+        {{"--port", "0", "--state-dir", mState, "--config-dir", config},
+         1,
+         "lanternd: Another lanternd (process " + std::to_string(daemon.GetId()) + ") uses the state in " +
+             mState},
+        {{"--port", port, "--bind", "127.0.0.1", "--state-dir", other, "--config-dir", config},
+         1,
+         "lanternd: Unable to listen on 127.0.0.1 port " + port + ": Bind failed: Address already in use"},
+        {{"--port", "0", "--state-dir", mFolder.File("file"), "--config-dir", config},
+         1,
+         "lanternd: Unable to use the state folder " + mFolder.File("file")},
+        {{"--port", "0", "--state-dir", other, "--config-dir", mFolder.GetPath()},
+         1,
+         "lanternd: Unable to read texts from " + mFolder.GetPath() + "/texts.en.json"},
+        {{"--port", "0", "--state-dir", other, "--config-dir", config, "--log-file", "/nowhere/log"},
+         1,
+         "lanternd: Unable to open log file /nowhere/log"},
+        {{"--prot", "0"}, 2, "lanternd: "},
+    };
+    for (const SCase& row : cases)
+    {
+        SCOPED_TRACE(row.mSentence);
+        const CDaemonProcess::SRun run = CDaemonProcess::Run(row.mArguments, mFolder.File("run"));
+        EXPECT_EQ(run.mExitCode, row.mExitCode);
+        EXPECT_NE(run.mErr.find(row.mSentence), std::string::npos) << run.mErr;
+        EXPECT_EQ(run.mOut, "");
+    }
+    EXPECT_EQ(CRpcConnection(daemon.GetPort()).Get("LUM"), 1000); // the first one was not disturbed
+}
+
+TEST_F(Lanternd, IsQuietWhenNothingHappens)
+{
+    CDaemonProcess daemon(mState);
+    CRpcConnection client(daemon.GetPort());
+    for (const char* code : {"TP1", "FN1", "LPH", "LUM", "OPH"})
+    {
+        Json::Value params;
+        params.append(code);
+        client.Call("control:addListener", params);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+    client.Send(R"({"jsonrpc":"2.0","id":99,"method":"getC4JVersion"})");
+    EXPECT_EQ(client.ReceiveJson()["id"], 99); // the first thing since the last reply: no notification came
+}

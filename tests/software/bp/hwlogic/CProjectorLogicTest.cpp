@@ -1,0 +1,207 @@
+// Controls, logic and simulated boards together: what a set does to the hardware, and what comes back.
+#include "software/bp/hwlogic/CProjectorLogic.h"
+
+#include "simulator/CSimulatedBoard.h"
+#include "simulator/CSimulatedLensMotor.h"
+#include "software/bp/serial/CEventDispatcher.h"
+#include "software/bp/serial/CProjCon.h"
+#include "software/include/EError.h"
+#include "tests/support/CRecordingLog.h"
+#include "tests/support/CRecordingNotifier.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+using namespace std::chrono_literals;
+
+namespace
+{
+class CRefusingMotor : public ILensMotor
+{
+public:
+    SLensTravel GetTravel() const override { return {-100, 100}; }
+    int GetPosition() const override { return 0; }
+    bool MoveTo(int) override { return false; }
+    bool Home() override { return false; }
+};
+
+class ProjectorLogic : public testing::Test
+{
+protected:
+    ProjectorLogic() { mDispatcher.SetControlNotifier(&mNotifier); }
+
+    CProjCon& AddInteger(const char* code, int minimum, int maximum, unsigned char decimals = 0,
+                         bool readOnly = false)
+    {
+        mControls.push_back(std::make_unique<CProjCon>(eDisplaySoftValue, mDispatcher, mLogic.GetProxy(code),
+                                                       code, true, minimum, maximum, 0, eAccessOperator, 1, 2,
+                                                       decimals, readOnly));
+        return Listened();
+    }
+    CProjCon& AddBoolean(const char* code)
+    {
+        mControls.push_back(std::make_unique<CProjCon>(eDisplayBoolean, mDispatcher, mLogic.GetProxy(code),
+                                                       code, true, false, eAccessOperator, 1, 2, false));
+        return Listened();
+    }
+    CProjCon& AddText(EDisplayType type, const char* code, const char* initial)
+    {
+        mControls.push_back(std::make_unique<CProjCon>(type, mDispatcher, mLogic.GetProxy(code), code, true,
+                                                       0, 32, initial, eAccessOperator, 1, 2, false));
+        return Listened();
+    }
+    CProjCon& Listened()
+    {
+        CProjCon& control = *mControls.back();
+        mDispatcher.GetNotificationManager().NotifyRegister(control.GetCode(), "JSON_TCP.1");
+        return control;
+    }
+
+    void Advance(std::chrono::milliseconds time)
+    {
+        for (; time > 0ms; time -= 20ms)
+        {
+            mBoard.Advance(20ms);
+            for (CSimulatedLensMotor& motor : mMotors)
+                motor.Advance(20ms);
+            mLogic.Advance(20ms);
+        }
+    }
+
+    CRecordingLog mLog;
+    CRecordingNotifier mNotifier;
+    CEventDispatcher mDispatcher{mLog};
+    CSimulatedBoard mBoard;
+    CSimulatedLensMotor mMotors[3]{{{-4500, 4500}, 1500.0}, {{-4000, 4000}, 1500.0}, {{-5000, 5000}, 1000.0}};
+    CRefusingMotor mStuckZoom;
+    CProjectorLogic mLogic{
+        mDispatcher, {mBoard, mBoard, {&mMotors[0], &mMotors[1], &mMotors[2], &mStuckZoom}}, mLog};
+    std::vector<std::unique_ptr<CProjCon>> mControls;
+};
+} // namespace
+
+TEST_F(ProjectorLogic, ControlsOfTheBoardReachIt)
+{
+    AddBoolean("PWR").SetValue(1);
+    AddBoolean("SHT").SetValue(1);
+    AddInteger("LUM", 0, 1000, 1).SetValue(735);
+    AddInteger("SRC", 0, 10).SetValue(4);
+    AddInteger("PAT", 0, 10).SetValue(2);
+    AddInteger("BRI", -100, 100).SetValue(-20);
+    EXPECT_TRUE(mBoard.IsOn());
+    EXPECT_TRUE(mBoard.IsShutterClosed());
+    EXPECT_DOUBLE_EQ(mBoard.GetLightOutput(), 0.735);
+    EXPECT_EQ(mBoard.GetSource(), 4);
+    EXPECT_EQ(mBoard.GetTestPattern(), 2);
+    EXPECT_EQ(mBoard.GetPicture(EPictureSetting::Brightness), -20);
+}
+
+TEST_F(ProjectorLogic, ALensTargetBeyondTheTravelBecomesItsEnd)
+{
+    CProjCon& shift = AddInteger("LNH", -5000, 5000);
+    CProjCon& position = AddInteger("LPH", -5000, 5000, 0, true);
+    EXPECT_EQ(shift.SetValue(5000), eErrorNone);
+    EXPECT_EQ(shift.GetValue(), 4500);
+    EXPECT_EQ(mNotifier.Take(), std::vector<std::string>{"LNH 1 4500 JSON_TCP.1"}); // once, and not with 5000
+
+    Advance(1s);
+    EXPECT_EQ(position.GetValue(), 1500);
+    Advance(4s);
+    EXPECT_EQ(position.GetValue(), 4500);
+    mNotifier.Take();
+    Advance(10s);
+    EXPECT_TRUE(mNotifier.Take().empty()); // a lens at rest announces nothing
+}
+
+TEST_F(ProjectorLogic, ADriveThatRefusesLeavesTheControlAsItWas)
+{
+    CProjCon& zoom = AddInteger("LNZ", -5000, 5000);
+    EXPECT_EQ(zoom.SetValue(50), eErrorHardware);
+    EXPECT_EQ(zoom.GetValue(), 0);
+}
+
+TEST_F(ProjectorLogic, HomingMovesEveryAxisAndTellsWhenOneRefuses)
+{
+    CProjCon& shift = AddInteger("LNH", -5000, 5000);
+    CProjCon& focus = AddInteger("LNF", -5000, 5000);
+    CProjCon home(eDisplayAction, mDispatcher, mLogic.GetProxy("LHM"), "LHM", false, eAccessOperator, 1, 2, 0,
+                  false);
+    shift.SetValue(1000);
+    focus.SetValue(-1000);
+    Advance(2s);
+    ASSERT_EQ(mMotors[0].GetPosition(), 1000);
+
+    EXPECT_EQ(home.SetValue(1), eErrorHardware); // the zoom is stuck
+    EXPECT_EQ(shift.GetValue(), 0);
+    EXPECT_EQ(focus.GetValue(), 0);
+    Advance(2s);
+    EXPECT_EQ(mMotors[0].GetPosition(), 0);
+    EXPECT_EQ(mMotors[2].GetPosition(), 0);
+}
+
+TEST_F(ProjectorLogic, OnlyDatesAndTimesAreTaken)
+{
+    CProjCon& date = AddText(eDisplayDate, "DAT", "2026-01-01");
+    CProjCon& time = AddText(eDisplayTime, "TIM", "03:00:00");
+    EXPECT_EQ(date.SetText("2024-02-29"), eErrorNone);
+    EXPECT_EQ(time.SetText("23:59:59"), eErrorNone);
+    EXPECT_EQ(date.SetText("2026-02-29"), eErrorHardware);
+    EXPECT_EQ(time.SetText("24:00:00"), eErrorHardware);
+    EXPECT_EQ(date.GetText(), "2024-02-29");
+    EXPECT_EQ(time.GetText(), "23:59:59");
+}
+
+TEST_F(ProjectorLogic, AWarmProjectorShowsItsHeatAndComesToRest)
+{
+    CProjCon& fan = AddInteger("FN1", 0, 10000, 0, true);
+    CProjCon& temperature = AddInteger("TP1", -400, 2000, 1, true);
+    AddInteger("LUM", 0, 1000, 1).SetValue(1000);
+    AddBoolean("PWR").SetValue(1);
+    Advance(600s);
+    EXPECT_NEAR(temperature.GetValue() / 10.0, mBoard.GetTemperature(EThermalZone::Die), 0.051);
+    EXPECT_GT(temperature.GetValue(), 450);
+    EXPECT_LT(temperature.GetValue(), 600);
+    EXPECT_NEAR(fan.GetValue(), mBoard.GetFanSpeed(EThermalZone::Die), 0.51);
+    EXPECT_GT(fan.GetValue(), 2000);
+
+    mNotifier.Take();
+    Advance(60s);
+    EXPECT_TRUE(mNotifier.Take().empty()); // settled: nothing to announce
+}
+
+TEST_F(ProjectorLogic, TheThermalModeChoosesNoiseOrHeat)
+{
+    CProjCon& mode = AddInteger("TCM", 0, 100);
+    const std::pair<double, double> cases[] = {{34.9, 0.0}, {47.5, 0.5}, {90.0, 1.0}};
+    for (const auto& [celsius, demand] : cases)
+        EXPECT_NEAR(CFanControl::DemandAt(CFanControl::eModeDefault, celsius), demand, 1e-9);
+    EXPECT_LT(CFanControl::DemandAt(CFanControl::eModeQuiet, 50.0),
+              CFanControl::DemandAt(CFanControl::eModeDefault, 50.0));
+    EXPECT_GT(CFanControl::DemandAt(CFanControl::eModePerformance, 40.0),
+              CFanControl::DemandAt(CFanControl::eModeDefault, 40.0));
+    EXPECT_EQ(CFanControl::DemandAt(CFanControl::eModeQuiet, std::nan("")), 1.0); // a silent sensor
+
+    EXPECT_EQ(mode.SetValue(2), eErrorNone);
+    EXPECT_EQ(mode.SetValue(3), eErrorHardware);
+    EXPECT_EQ(mode.GetValue(), 2);
+}
+
+TEST_F(ProjectorLogic, CountsTheHoursItIsOn)
+{
+    CProjCon& hours = AddInteger("OPH", 0, 1000000, 1, true);
+    CProjCon& power = AddBoolean("PWR");
+    mLogic.Advance(1h); // off
+    EXPECT_EQ(hours.GetValue(), 0);
+    power.SetValue(1);
+    mLogic.Advance(6min - 1ms);
+    EXPECT_EQ(hours.GetValue(), 0);
+    mLogic.Advance(1ms);
+    EXPECT_EQ(hours.GetValue(), 1);
+    mLogic.Advance(90min);
+    EXPECT_EQ(hours.GetValue(), 16);
+    EXPECT_TRUE(hours.IsDirty());
+}
