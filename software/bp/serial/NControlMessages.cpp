@@ -38,10 +38,11 @@ void AddValue(CIpcMessage& message, const CProjCon& control)
 
 void AddCurrent(const CProjCon& control, CIpcMessage& answer)
 {
-    if (control.GetFamily().mValueForm == EValueForm::Nothing)
+    const EControlFamily family = control.GetFamily().mFamily;
+    if (family == EControlFamily::Menu || family == EControlFamily::Custom)
         return NIpcMsgUtil::MakeErrorResponse(answer, eErrorWrongControlType, "This control can not be read");
     AddValue(answer, control);
-    if (control.GetFamily().mFamily != EControlFamily::List)
+    if (family != EControlFamily::List)
         return;
     const SListEntry* const entry = control.FindListEntry(control.GetValue());
     answer.AddArg(1, entry == nullptr ? std::string() : control.GetEntryText(*entry));
