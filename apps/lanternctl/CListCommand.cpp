@@ -74,6 +74,7 @@ const std::vector<CListCommand::SFormat> CListCommand::kFormats = {
 void CListCommand::Declare(CLI::App& arguments)
 {
     std::vector<std::string> names;
+    names.reserve(kFormats.size());
     for (const SFormat& format : kFormats)
         names.emplace_back(format.mName);
     mFormat = names.front();

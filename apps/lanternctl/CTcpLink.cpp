@@ -48,6 +48,14 @@ std::string DescribeError(const Json::Value& error)
     return NJsonDocument::Compact(error); // some methods answer a list of errors
 }
 
+bool IsReplyTo(int request, const Json::Value& message)
+{
+    const Json::Value& id = message["id"];
+    if (id.isNull())
+        return message.isMember("error"); // the projector could make no sense of what it got from us
+    return id.isInt() && id.asInt() == request;
+}
+
 Json::Value CodeParameter(const std::string& code)
 {
     Json::Value parameters(Json::objectValue);
@@ -216,9 +224,7 @@ void CTcpLink::Sort(const Json::Value& message)
     const Json::Value& method = message["method"];
     if (method.isString() && method.asString() == kNotification)
         mChanges.push_back(message["params"]);
-    else if (message["id"].isInt() && message["id"].asInt() == mLastId)
-        mReply = message;
-    else if (message["id"].isNull() && message.isMember("error")) // it could not make sense of our request
+    else if (IsReplyTo(mLastId, message))
         mReply = message;
 }
 

@@ -71,7 +71,7 @@ std::string OnOrOff(bool on)
     return on ? "on" : "off";
 }
 
-std::string WithUnit(const CControlInfo& control, std::string number)
+std::string WithUnit(const CControlInfo& control, const std::string& number)
 {
     const std::string unit = NUnitText::Pretty(control.GetUnit());
     return unit.empty() ? number : number + " " + unit;

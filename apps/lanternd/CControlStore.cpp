@@ -103,7 +103,7 @@ void CControlStore::Load()
 // The values by code; none, with a reason, when the file is damaged, and none without one when it is missing.
 Json::Value CControlStore::ReadFile(std::string& reason) const
 {
-    const Json::Value none(Json::objectValue);
+    Json::Value none(Json::objectValue);
     std::string bytes;
     try
     {

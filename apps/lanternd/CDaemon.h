@@ -43,7 +43,7 @@ public:
 private:
     void LoadControls(const SOptions& options);
     void OpenServer(const SOptions& options);
-    void RunPass();
+    bool RunPass(bool isWoken); ///< @returns whether one of the daemon's own descriptors woke the wait
     void Advance();
 
     ILog& mLog;

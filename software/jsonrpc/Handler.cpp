@@ -1,4 +1,4 @@
-// JSON-RPC 2.0: https://www.jsonrpc.org/specification
+// The rules of JSON-RPC 2.0 (www.jsonrpc.org).
 #include "software/jsonrpc/Handler.h"
 
 #include "software/jsonrpc/NJsonText.h"

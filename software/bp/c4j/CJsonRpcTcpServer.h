@@ -81,6 +81,9 @@ public:
     /// A descriptor of the host's that ends the wait of `WaitMessage` as soon as it is readable. Not owned;
     /// take it away before it is closed.
     void AddWakeDescriptor(int descriptor) { mSelect.AddWake(descriptor); }
+    /// Whether the last wait found any of them readable: a host with many of them need not ask each at each
+    /// pass.
+    bool IsWoken() const noexcept { return mSelect.IsWoken(); }
     void RemoveWakeDescriptor(int descriptor) noexcept { mSelect.Remove(descriptor); }
 
     /// Is called with the id of each client that has been closed and removed, for whatever reason, so that

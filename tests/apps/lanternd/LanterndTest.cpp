@@ -23,6 +23,13 @@ protected:
         CAtomicFile::Read(mState + "/controls.json", bytes, 1 << 20);
         return bytes;
     }
+    // Waits until the state file holds the text, as it does without a stop.
+    bool AwaitState(const std::string& text) const
+    {
+        for (int i = 0; i < 500 && ReadState().find(text) == std::string::npos; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        return ReadState().find(text) != std::string::npos;
+    }
     // Polls a control until it has that value.
     static bool AwaitValue(CRpcConnection& client, const std::string& code, const Json::Value& value)
     {
@@ -144,9 +151,8 @@ TEST_F(Lanternd, AKillAtAnyMomentLeavesAWholeFile)
         EXPECT_GE(client.Get("LUM").asInt(), last);
         EXPECT_EQ(daemon.GetLog(), ""); // neither set aside nor dropped
         client.Set("LUM", round * 100);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1200));
         last = round * 100;
-        ASSERT_NE(ReadState().find("\"LUM\" : " + std::to_string(last)), std::string::npos);
+        ASSERT_TRUE(AwaitState("\"LUM\" : " + std::to_string(last)));
 
         // A storm, and the kill in the middle of it, at another moment each time.
         const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(450 + 97 * round);
@@ -211,6 +217,21 @@ TEST_F(Lanternd, RefusesToStartWithASentence)
         EXPECT_EQ(run.mOut, "");
     }
     EXPECT_EQ(CRpcConnection(daemon.GetPort()).Get("LUM"), 1000); // the first one was not disturbed
+}
+
+TEST_F(Lanternd, LimitsItsClients)
+{
+    CDaemonProcess daemon(mState, {"--max-clients", "2"});
+    CRpcConnection first(daemon.GetPort());
+    {
+        CRpcConnection second(daemon.GetPort());
+        EXPECT_EQ(first.Get("LUM"), 1000);
+        EXPECT_EQ(second.Get("LUM"), 1000);
+        CRpcConnection third(daemon.GetPort());
+        EXPECT_THROW(third.Get("LUM"), std::runtime_error);
+    }
+    EXPECT_EQ(first.Get("LUM"), 1000); // and the place of the second is free again
+    EXPECT_EQ(CRpcConnection(daemon.GetPort()).Get("LUM"), 1000);
 }
 
 TEST_F(Lanternd, IsQuietWhenNothingHappens)

@@ -224,7 +224,7 @@ TEST_F(HandlerTest, AnEndlessBatchIsOneRefusal)
 
 TEST_F(HandlerTest, AShortBatchCannotCostAReplyWithoutEnd)
 {
-    constexpr std::size_t kWide = 1000; // bytes; each reply is a little longer
+    constexpr std::size_t kWide = 8000; // bytes; each reply is a little longer
     const std::string wide =
         R"({"jsonrpc":"2.0","id":1,"method":"echo","params":")" + std::string(kWide, 'x') + R"("})";
     const std::size_t enough = Handler::kMaxBatchReply / kWide + 1;

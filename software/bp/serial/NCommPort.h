@@ -1,0 +1,15 @@
+// Serial ports as a user names them.
+#pragma once
+
+#include <memory>
+#include <string>
+
+class CCommPort;
+
+namespace NCommPort
+{
+/// Opens "DEVICE", "DEVICE:BAUD", or "pty" for a new pseudo-terminal.
+/// @param link  for "pty": where a link to its other side is put
+/// @throws CException "Invalid baud rate in %s", and those of `CCommPort` and `CPseudoPort`
+std::unique_ptr<CCommPort> Open(const std::string& description, const std::string& link);
+} // namespace NCommPort
