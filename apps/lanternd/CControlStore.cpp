@@ -238,6 +238,9 @@ void CControlStore::Stop()
         Save();
     mSaver.Stop();
     TakeOutcome();
+    if (mHasFailed) // what was said of a later try holds no longer
+        mLog.LogError("Control values that changed are lost: %s keeps those that it held before",
+                      mPath.c_str());
 }
 
 std::string CControlStore::Print() const
