@@ -67,9 +67,9 @@ public:
     using FailureObserver = std::function<void(const std::string& method, const char* text)>;
     void SetFailureObserver(FailureObserver observer) { mFailureObserver = std::move(observer); }
 
-    static constexpr int kMaxDepth = 64;         ///< of arrays and objects in each other
-    /// Requests in a batch; a longer one is one "Invalid Request". The whole of its reply is held in memory, and
-    /// nobody else is served meanwhile, so that one text must not ask for thousands of large replies.
+    static constexpr int kMaxDepth = 64; ///< of arrays and objects in each other
+    /// Requests in a batch; a longer one is one "Invalid Request". The whole of its reply is held in memory,
+    /// and nobody else is served meanwhile, so that one text must not ask for thousands of large replies.
     static constexpr unsigned kMaxBatch = 256;
 
 private:
