@@ -88,7 +88,7 @@ std::optional<CControlInfo> CTcpLink::Describe(const std::string& code, ENeed ne
     // A soft range follows the projector's state, and is not in the list.
     if (need == ENeed::All && HasSoftRange(control->GetType()) &&
         control->GetAccessGroup() != eAccessProtected)
-        control->Merge(Request(code, "control:getProperties", CodeParameter(code)));
+        control->Merge(RequestMembers(code, "control:getProperties", CodeParameter(code)));
     return std::move(*control);
 }
 
@@ -165,7 +165,7 @@ Json::Value CTcpLink::RequestMembers(const std::string& code, const std::string&
 {
     Json::Value members = Request(code, method, parameters);
     if (!members.isObject())
-        FailConnection(mName + " answered something other than the members of a control");
+        NWait::FailConnection(mName + " answered something other than the members of a control");
     return members;
 }
 
