@@ -110,9 +110,10 @@ class Bench:
 
     @contextlib.contextmanager
     def daemon(self):
-        with tempfile.TemporaryDirectory(prefix="lantern-bench-") as state:
+        with tempfile.TemporaryDirectory(prefix="lantern-bench-") as folder:
             command = [self.program("apps/lanternd/lanternd"), "--port", "0", "--bind", "127.0.0.1",
-                       "--state-dir", state, "--config-dir", str(SOURCE / "config")]
+                       "--run-dir", f"{folder}/run", "--state-dir", f"{folder}/state",
+                       "--config-dir", str(SOURCE / "config")]
             with self.server(command, r"^lanternd ready: json-rpc=(\d+)") as started:
                 yield started
 

@@ -6,7 +6,15 @@
 #include "apps/lanternd/SOptions.h"
 #include "software/bp/c4j/CC4jControl.h"
 #include "software/bp/c4j/CJsonRpcServer.h"
+#include "software/bp/serial/CCommPort.h"
+#include "software/bp/serial/CEventLink.h"
+#include "software/bp/serial/CIpcEventDispatcher.h"
+#include "software/bp/serial/CIpcLocalClient.h"
 #include "software/bp/serial/CProjCon.h"
+#include "software/bp/serial/CSerialHandler.h"
+#include "software/bp/serial/CVarnholtSerialParser.h"
+#include "software/bp/serial/NCommPort.h"
+#include "software/bp/serial/NIpcSocket.h"
 #include "software/include/ILog.h"
 #include "software/utility/CException.h"
 
@@ -18,6 +26,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace
 {
@@ -80,7 +89,46 @@ void CDaemon::LoadControls(const SOptions& options)
     mControls.UpdateHardware();
 }
 
+// The network comes last: nobody connects to a daemon that then refuses to start.
 void CDaemon::OpenServer(const SOptions& options)
+{
+    OpenIpc(options);
+    OpenSerialPorts(options);
+    OpenJsonRpc(options);
+    mServer->AddWakeDescriptor(mTick.GetDescriptor());
+    mServer->AddWakeDescriptor(mSignals.GetDescriptor());
+    mServer->AddWakeDescriptor(mIpc->GetDescriptor());
+    mServer->AddWakeDescriptor(mSerial->GetDescriptor());
+}
+
+void CDaemon::OpenIpc(const SOptions& options)
+{
+    // As other processes see it too: an address of theirs that is not in this folder is refused.
+    const std::filesystem::path folder = std::filesystem::absolute(options.mRunDir).lexically_normal();
+    mIpcName = NIpcSocket::MakeServerName(folder.string());
+    mIpc = std::make_unique<CIpcEventDispatcher>(mDispatcher, mIpcName, mLog);
+}
+
+void CDaemon::OpenSerialPorts(const SOptions& options)
+{
+    CVarnholtSerialParser::UpdateAddress(options.mAddress);
+    CVarnholtSerialParser::UpdateRouting(options.mRouting);
+    // A link over a socket would wait for the very thread that has to answer.
+    const auto makeLink = [this]
+    { return std::make_unique<CEventLink>(mLog, std::make_unique<CIpcLocalClient>(*mIpc)); };
+    mSerial = std::make_unique<CSerialHandler>(makeLink, mSlowClock, mLog);
+    mSerial->SetLogIn(nullptr); // there are no accounts: every log-in is refused
+    const std::string link = NIpcSocket::GetRunDirectory(mIpcName) + "serial";
+    for (const std::string& description : options.mSerialPorts)
+    {
+        std::unique_ptr<CCommPort> port =
+            NCommPort::Open(description, link + std::to_string(mSerialNames.size()));
+        mSerialNames.push_back(port->GetName());
+        mSerial->AddPort(std::move(port));
+    }
+}
+
+void CDaemon::OpenJsonRpc(const SOptions& options)
 {
     try
     {
@@ -93,45 +141,55 @@ void CDaemon::OpenServer(const SOptions& options)
                          options.mBindAddress.c_str(), unsigned{options.mPort}, NReason::Of(error).c_str());
     }
     mServer->SetLimits({ChooseMaxClients(options.mMaxClients, mLog), options.mMaxPendingBytes});
-    mServer->AddWakeDescriptor(mTick.GetDescriptor());
-    mServer->AddWakeDescriptor(mSignals.GetDescriptor());
     mControlMethods = std::make_unique<CC4jControl>(*mServer);
 }
 
 void CDaemon::PrintReady(std::ostream& out) const
 {
-    out << "lanternd ready: json-rpc=" << mServer->GetPort() << std::endl; // flushed: somebody waits for it
+    out << "lanternd ready: json-rpc=" << mServer->GetPort() << " ipc=" << mIpcName;
+    const char* separator = " serial=";
+    for (const std::string& name : mSerialNames)
+        out << std::exchange(separator, ",") << name;
+    out << std::endl; // flushed: somebody waits for it
 }
 
 void CDaemon::Run()
 {
-    for (;;)
-    {
-        if (const int signal = mSignals.TakeSignal(); signal != 0)
-        {
-            mLog.LogFYI(eFyiGeneral, "Signal %d: stopping", signal);
-            break;
-        }
-        RunPass();
-    }
-    mServer->Close(); // nobody is told of a change that the file will not hold
+    int signal = 0;
+    for (bool isWoken = true; signal == 0; signal = isWoken ? mSignals.TakeSignal() : 0)
+        isWoken = RunPass(isWoken);
+    mLog.LogFYI(eFyiGeneral, "Signal %d: stopping", signal);
+    CloseServer(); // nobody is told of a change that the file will not hold
     mStore.Stop();
 }
 
-void CDaemon::RunPass()
+void CDaemon::CloseServer()
+{
+    mServer->Close();
+    mSerial.reset(); // before what its links talk to
+    mIpc.reset();
+}
+
+bool CDaemon::RunPass(bool isWoken)
 {
     try
     {
-        mDispatcher.Update();
-        Advance();
-        mStore.Update();
+        // What wakes the wait says so: a request over the network costs no system call for anything else.
+        if (isWoken)
+        {
+            mDispatcher.Update(); // the local IPC
+            mSerial->Update();
+            Advance();
+            mStore.Update();
+        }
         mServer->ProcessMessages();
+        return mServer->IsWoken();
     }
     catch (const std::exception& error)
     {
         mLog.LogError("A pass of the loop ended early: %s", error.what());
-        std::this_thread::sleep_for(
-            kTick); // what failed once may fail for ever, and must not take the whole core
+        std::this_thread::sleep_for(kTick); // what failed may fail for ever, and must not take the whole core
+        return true;
     }
 }
 

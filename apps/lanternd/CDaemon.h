@@ -16,9 +16,13 @@
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
+#include <string>
+#include <vector>
 
 class CC4jControl;
+class CIpcEventDispatcher;
 class CJsonRpcServer;
+class CSerialHandler;
 class ILog;
 struct SOptions;
 
@@ -35,7 +39,7 @@ public:
     CDaemon& operator=(const CDaemon&) = delete;
     ~CDaemon();
 
-    /// Tells what is open in one line: "lanternd ready: json-rpc=7400".
+    /// Tells what is open in one line: "lanternd ready: json-rpc=7400 ipc=... serial=...".
     void PrintReady(std::ostream& out) const;
 
     void Run(); ///< until SIGTERM or SIGINT; then everything is saved
@@ -43,7 +47,11 @@ public:
 private:
     void LoadControls(const SOptions& options);
     void OpenServer(const SOptions& options);
-    void RunPass();
+    void OpenIpc(const SOptions& options);
+    void OpenSerialPorts(const SOptions& options);
+    void OpenJsonRpc(const SOptions& options);
+    void CloseServer();
+    bool RunPass(bool isWoken); ///< @returns whether one of the daemon's own descriptors woke the wait
     void Advance();
 
     ILog& mLog;
@@ -57,7 +65,11 @@ private:
     CProjectorLogic mLogic;
     CControlTable mControls;
     CControlStore mStore;
-    CTickTimer mTick; // drives the projector until the job scheduler takes over
+    CTickTimer mTick;     // drives the projector until the job scheduler takes over
+    std::string mIpcName; // of the socket
+    std::unique_ptr<CIpcEventDispatcher> mIpc;
+    std::vector<std::string> mSerialNames;
+    std::unique_ptr<CSerialHandler> mSerial; // its links talk to mIpc
     std::unique_ptr<CJsonRpcServer> mServer;
     std::unique_ptr<CC4jControl> mControlMethods;
 };

@@ -2,11 +2,13 @@
 #include "apps/lanternd/NOptions.h"
 
 #include "apps/lanternd/SOptions.h"
+#include "software/bp/serial/CSerialHandler.h"
 
 #include <CLI/CLI.hpp>
 
 #include <map>
 #include <ostream>
+#include <string>
 
 #include <arpa/inet.h>
 
@@ -16,6 +18,8 @@ const std::map<std::string, ELogLevel> kLogLevels{
     {"debug", ELogLevel::Debug},     {"fyi", ELogLevel::Fyi},     {"normal", ELogLevel::Normal},
     {"warning", ELogLevel::Warning}, {"error", ELogLevel::Error}, {"off", ELogLevel::Off},
 };
+
+constexpr int kLastUnit = 1023; // addresses above it are not of single units
 
 std::string CheckAddress(const std::string& text)
 {
@@ -40,6 +44,8 @@ void Declare(CLI::App& app, SOptions& options)
     app.add_option("--bind", options.mBindAddress, "IPv4 address that the server listens on")
         ->check(CheckAddress)
         ->type_name("ADDRESS");
+    app.add_option("--run-dir", options.mRunDir, "Folder of the local sockets and of links to serial ports")
+        ->type_name("DIR");
     app.add_option("--state-dir", options.mStateDir, "Folder of everything that outlives a restart")
         ->type_name("DIR");
     app.add_option("--config-dir", options.mConfigDir, "Folder of controls.json and the texts")
@@ -47,6 +53,20 @@ void Declare(CLI::App& app, SOptions& options)
     app.add_option("--language", options.mLanguage, "Language of names and help, for example en, de or fr")
         ->check(CheckLanguage)
         ->type_name("LANG");
+    app.add_option("--serial", options.mSerialPorts,
+                   "Serial port to serve, \"pty\" for a new pseudo-terminal; may be given several times")
+        ->allow_extra_args(false) // one each time: what follows a port is an option or a mistake
+        ->default_str("")
+        ->type_name("DEVICE[:BAUD]|pty");
+    app.add_option("--address", options.mAddress, "Address of this unit on the serial lines, 0 to 1023")
+        ->check(CLI::Range(0, kLastUnit))
+        ->default_str("none")
+        ->type_name("N");
+    app.add_option("--routing", options.mRouting,
+                   "Serial ports that pass messages on: 0 2+4, 1 2+4+8, 2 2+4+16, 3 all")
+        ->check(CLI::Range(int{eRouting2And4}, int{eRoutingAll}))
+        ->default_str("0")
+        ->type_name("N");
     app.add_option("--max-clients", options.mMaxClients,
                    "Most connections at a time; default: what the limit on file descriptors allows")
         ->check(CLI::PositiveNumber)
@@ -69,13 +89,19 @@ std::optional<int> NOptions::Parse(int argc, const char* const* argv, SOptions& 
                                    std::ostream& err)
 {
     options.mConfigDir = LANTERN_CONFIG_DIR;
-    CLI::App app("Controller daemon of a projector: serves its controls over JSON-RPC.", "lanternd");
+    CLI::App app(
+        "Controller daemon of a projector: serves its controls over JSON-RPC, local sockets and serial "
+        "lines.",
+        "lanternd");
     app.option_defaults()->always_capture_default();
     app.set_version_flag("--version", "lanternd " LANTERN_VERSION);
     Declare(app, options);
     try
     {
         app.parse(argc, argv);
+        if (options.mSerialPorts.size() > CSerialHandler::kMaxPorts)
+            throw CLI::ValidationError("--serial", "at most " + std::to_string(CSerialHandler::kMaxPorts) +
+                                                       " serial ports");
     }
     catch (const CLI::Success& request) // help or version
     {

@@ -62,6 +62,7 @@ void CSelectWrapper::Remove(int descriptor) noexcept
 bool CSelectWrapper::Wait(unsigned timeoutMs)
 {
     mReady.clear();
+    mIsWoken = false;
     const int timeout = static_cast<int>(std::min<unsigned>(timeoutMs, INT_MAX));
     const int count = ::epoll_wait(mEpoll.Get(), mEvents.data(), static_cast<int>(mEvents.size()), timeout);
     if (count < 0 && errno != EINTR)
@@ -69,7 +70,9 @@ bool CSelectWrapper::Wait(unsigned timeoutMs)
     for (int i = 0; i < count; ++i)
     {
         const epoll_event& event = mEvents[static_cast<std::size_t>(i)];
-        if (event.data.u64 != kWakeTag)
+        if (event.data.u64 == kWakeTag)
+            mIsWoken = true;
+        else
             mReady.push_back({event.data.u64, (event.events & ~std::uint32_t{EPOLLOUT}) != 0,
                               (event.events & EPOLLOUT) != 0});
     }

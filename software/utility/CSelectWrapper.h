@@ -46,6 +46,8 @@ public:
     /// @returns whether any descriptor other than the wake descriptors is ready
     bool Wait(unsigned timeoutMs);
     const std::vector<SReady>& GetReady() const noexcept { return mReady; }
+    /// Whether any wake descriptor was readable at the last wait, so that a host looks at its own only then.
+    bool IsWoken() const noexcept { return mIsWoken; }
 
     /// The set itself as a descriptor: readable as long as anything in it is ready, so that a loop which
     /// waits on many front ends adds each of them once.
@@ -61,4 +63,5 @@ private:
     std::size_t mCount = 0; // descriptors in the set, wake descriptors included
     std::vector<epoll_event> mEvents = std::vector<epoll_event>(kFirstRoom); // always more than mCount
     std::vector<SReady> mReady;
+    bool mIsWoken = false;
 };

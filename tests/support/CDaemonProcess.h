@@ -16,22 +16,26 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Starts the program in the constructor and kills it in the destructor. Its output goes to files in the
-/// state folder's place beside it, STATE-DIR.out and STATE-DIR.err, so that no pipe can fill up.
+/// Starts the program in the constructor and kills it in the destructor. Beside the state folder lie its run
+/// directory, STATE-DIR.run, and files with its output, STATE-DIR.out and STATE-DIR.err, so that no pipe can
+/// fill up.
 class CDaemonProcess
 {
 public:
     /// Starts lanternd and waits for its ready line.
-    /// @param stateDir   folder of its state, for example one in a `CTemporaryFolder`
-    /// @param arguments  more options; they come behind --port 0, --bind 127.0.0.1, --state-dir and
-    /// --config-dir
+    /// @param stateDir   folder of its state, for example one in a `CTemporaryFolder`; short, for names of
+    ///                   sockets are
+    /// @param arguments  more options; they come behind --port 0, --bind 127.0.0.1, --run-dir, --state-dir
+    ///                   and --config-dir
     /// @throws std::runtime_error with what it wrote when it ends, or says nothing for ten seconds
     explicit CDaemonProcess(const std::string& stateDir, std::vector<std::string> arguments = {})
-        : mOut(stateDir + ".out")
+        : mRunDir(stateDir + ".run")
+        , mOut(stateDir + ".out")
         , mErr(stateDir + ".err")
     {
-        std::vector<std::string> all{"--port",      "0",      "--bind",       "127.0.0.1",
-                                     "--state-dir", stateDir, "--config-dir", LANTERN_TEST_CONFIG_DIR};
+        std::vector<std::string> all{
+            "--port", "0",           "--bind", "127.0.0.1",    "--run-dir",
+            mRunDir,  "--state-dir", stateDir, "--config-dir", LANTERN_TEST_CONFIG_DIR};
         all.insert(all.end(), arguments.begin(), arguments.end());
         mProcess = Spawn(all, mOut, mErr);
         WaitUntilReady();
@@ -45,6 +49,7 @@ public:
     }
 
     pid_t GetId() const { return mProcess; }
+    const std::string& GetRunDir() const { return mRunDir; }   ///< of the local IPC and of serial0, ...
     const std::string& GetReadyLine() const { return mReady; } ///< without its newline
     std::string GetLog() const { return ReadAll(mErr); }       ///< standard error so far
     std::string GetOutput() const { return ReadAll(mOut); }    ///< standard output so far
@@ -148,6 +153,7 @@ private:
         throw std::runtime_error("lanternd is not ready after ten seconds: " + GetLog());
     }
 
+    const std::string mRunDir;
     const std::string mOut;
     const std::string mErr;
     pid_t mProcess = -1;

@@ -20,10 +20,10 @@ namespace
 constexpr std::uint64_t kNoTag = CSelectWrapper::kWakeTag; // no client has it
 constexpr std::uint64_t kListenerTag = 0;
 constexpr std::uint64_t kFirstConnectionTag = 1;
-constexpr unsigned kMaxLoneTurns = 8;         // of one message each, while others may wait
-constexpr int kMaxAccepts = 64;               // a pass
-constexpr std::size_t kFlushSize = 16 * 1024; // bytes of replies that are joined before they are sent
-constexpr std::size_t kMaxQuoted = NIpcSocket::kMaxName; // bytes of a foreign text in a refusal
+constexpr unsigned kMaxLoneTurns = 8;                      // of one message each, while others may wait
+constexpr int kMaxAccepts = 64;                            // a pass
+constexpr std::size_t kFlushSize = std::size_t{16} * 1024; // bytes of replies that are joined before sending
+constexpr std::size_t kMaxQuoted = NIpcSocket::kMaxName;   // bytes of a foreign text in a refusal
 
 CIpcMessage MakeReplyTo(const CIpcMessage& message)
 {

@@ -36,7 +36,7 @@ constexpr STextBounds kFixedBounds[] = {
     {eDisplayTime, 8, 8},
     {eDisplayIpAddress, 7, 15},
 };
-constexpr EDisplayType kFreeTexts[] = {eDisplayText, eDisplayPassword, eDisplayMultiline};
+constexpr EDisplayType kFreeTexts[] = {eDisplayText, eDisplayLongText, eDisplayMultiline};
 
 /// The lengths a text type has; none for a type that is no text.
 std::optional<STextBounds> BoundsOf(EDisplayType type, int minimum, int maximum)
@@ -306,7 +306,7 @@ std::uint32_t CProjCon::LimitText(std::string& text, EChangeMode) const
     switch (mType)
     {
     case eDisplayText:
-    case eDisplayPassword:
+    case eDisplayLongText:
     case eDisplayMultiline:
         if (mMaximum >= 0 && text.size() > static_cast<std::size_t>(mMaximum))
             text.resize(NUtf8::CutLength(text, static_cast<std::size_t>(mMaximum)));

@@ -9,7 +9,7 @@ enum EDisplayType : int
     eDisplaySoftRange = 203, ///< integer with a soft range inside its range
     eDisplaySoftValue = 204, ///< integer with a soft range and a soft value
     eDisplayText = 300,
-    eDisplayPassword = 301,
+    eDisplayLongText = 301,
     eDisplayMultiline = 303,
     eDisplayDate = 304,      ///< exactly 10 bytes
     eDisplayTime = 305,      ///< exactly 8 bytes

@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <map>
 #include <regex>
 #include <thread>
 
@@ -22,6 +23,13 @@ protected:
         std::string bytes;
         CAtomicFile::Read(mState + "/controls.json", bytes, 1 << 20);
         return bytes;
+    }
+    // Waits until the state file holds the text, as it does without a stop.
+    bool AwaitState(const std::string& text) const
+    {
+        for (int i = 0; i < 500 && ReadState().find(text) == std::string::npos; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        return ReadState().find(text) != std::string::npos;
     }
     // Polls a control until it has that value.
     static bool AwaitValue(CRpcConnection& client, const std::string& code, const Json::Value& value)
@@ -43,7 +51,9 @@ protected:
 TEST_F(Lanternd, TellsWhenItIsReadyAndEndsCleanly)
 {
     CDaemonProcess daemon(mState);
-    EXPECT_TRUE(std::regex_match(daemon.GetReadyLine(), std::regex("lanternd ready: json-rpc=[0-9]+")));
+    EXPECT_TRUE(std::regex_match(daemon.GetReadyLine(),
+                                 std::regex("lanternd ready: json-rpc=[0-9]+ ipc=" + daemon.GetRunDir() +
+                                            "/main_controller\\.socket")));
     EXPECT_NE(daemon.GetLog().find("keeps its state in " + mState), std::string::npos);
     CRpcConnection client(daemon.GetPort());
     EXPECT_EQ(client.Get("LUM"), 1000);
@@ -144,9 +154,8 @@ TEST_F(Lanternd, AKillAtAnyMomentLeavesAWholeFile)
         EXPECT_GE(client.Get("LUM").asInt(), last);
         EXPECT_EQ(daemon.GetLog(), ""); // neither set aside nor dropped
         client.Set("LUM", round * 100);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1200));
         last = round * 100;
-        ASSERT_NE(ReadState().find("\"LUM\" : " + std::to_string(last)), std::string::npos);
+        ASSERT_TRUE(AwaitState("\"LUM\" : " + std::to_string(last)));
 
         // A storm, and the kill in the middle of it, at another moment each time.
         const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(450 + 97 * round);
@@ -173,44 +182,73 @@ TEST_F(Lanternd, SetsADamagedStateFileAside)
 TEST_F(Lanternd, RefusesToStartWithASentence)
 {
     CDaemonProcess daemon(mState);
-    const std::string config = LANTERN_TEST_CONFIG_DIR;
     const std::string port = std::to_string(daemon.GetPort());
-    const std::string other = mFolder.File("other");
-    CAtomicFile::Write(mFolder.File("file"), "");
+    const std::string file = mFolder.File("file");
+    const std::string longName = mFolder.File(std::string(100, 'r'));
+    CAtomicFile::Write(file, "");
+    // What a good start has; each row makes one of it wrong.
+    const std::map<std::string, std::string> good = {
+        {"--port", "0"},
+        {"--bind", "127.0.0.1"},
+        {"--run-dir", mFolder.File("run")},
+        {"--state-dir", mFolder.File("other")},
+        {"--config-dir", LANTERN_TEST_CONFIG_DIR},
+    };
     struct SCase
     {
-        std::vector<std::string> mArguments;
+        std::string mOption;
+        std::string mValue;
         int mExitCode;
         std::string mSentence;
     };
     const SCase cases[] = {
-        {{"--port", "0", "--state-dir", mState, "--config-dir", config},
-         1,
-         "lanternd: Another lanternd (process " + std::to_string(daemon.GetId()) + ") uses the state in " +
-             mState},
-        {{"--port", port, "--bind", "127.0.0.1", "--state-dir", other, "--config-dir", config},
-         1,
-         "lanternd: Unable to listen on 127.0.0.1 port " + port + ": Bind failed: Address already in use"},
-        {{"--port", "0", "--state-dir", mFolder.File("file"), "--config-dir", config},
-         1,
-         "lanternd: Unable to use the state folder " + mFolder.File("file")},
-        {{"--port", "0", "--state-dir", other, "--config-dir", mFolder.GetPath()},
-         1,
-         "lanternd: Unable to read texts from " + mFolder.GetPath() + "/texts.en.json"},
-        {{"--port", "0", "--state-dir", other, "--config-dir", config, "--log-file", "/nowhere/log"},
-         1,
-         "lanternd: Unable to open log file /nowhere/log"},
-        {{"--prot", "0"}, 2, "lanternd: "},
+        {"--state-dir", mState, 1,
+         "Another lanternd (process " + std::to_string(daemon.GetId()) + ") uses the state in " + mState},
+        {"--state-dir", file, 1, "Unable to use the state folder " + file},
+        {"--port", port, 1,
+         "Unable to listen on 127.0.0.1 port " + port + ": Bind failed: Address already in use"},
+        {"--run-dir", daemon.GetRunDir(), 1,
+         "Socket " + daemon.GetRunDir() + "/main_controller.socket is served by another process already"},
+        {"--run-dir", file, 1,
+         "Unable to open the lock file " + file + "/main_controller.socket.lock: Not a directory"},
+        {"--run-dir", longName, 1, "Socket name " + longName + "/main_controller.socket is too long: "},
+        {"--serial", "/dev/nowhere", 1, "Unable to open serial port /dev/nowhere: No such file or directory"},
+        {"--serial", "/dev/null", 1, "/dev/null is no serial port: "},
+        {"--serial", "/dev/null:300", 1, "Unsupported baud rate 300"},
+        {"--config-dir", mFolder.GetPath(), 1,
+         "Unable to read texts from " + mFolder.GetPath() + "/texts.en.json"},
+        {"--log-file", "/nowhere/log", 1, "Unable to open log file /nowhere/log"},
+        {"--prot", "0", 2, ""},
     };
     for (const SCase& row : cases)
     {
-        SCOPED_TRACE(row.mSentence);
-        const CDaemonProcess::SRun run = CDaemonProcess::Run(row.mArguments, mFolder.File("run"));
+        SCOPED_TRACE(row.mOption + " " + row.mValue);
+        std::map<std::string, std::string> options = good;
+        options[row.mOption] = row.mValue;
+        std::vector<std::string> arguments;
+        for (const auto& [option, value] : options)
+            arguments.insert(arguments.end(), {option, value});
+        const CDaemonProcess::SRun run = CDaemonProcess::Run(arguments, mFolder.File("output"));
         EXPECT_EQ(run.mExitCode, row.mExitCode);
-        EXPECT_NE(run.mErr.find(row.mSentence), std::string::npos) << run.mErr;
+        EXPECT_NE(run.mErr.find("lanternd: " + row.mSentence), std::string::npos) << run.mErr;
         EXPECT_EQ(run.mOut, "");
     }
     EXPECT_EQ(CRpcConnection(daemon.GetPort()).Get("LUM"), 1000); // the first one was not disturbed
+}
+
+TEST_F(Lanternd, LimitsItsClients)
+{
+    CDaemonProcess daemon(mState, {"--max-clients", "2"});
+    CRpcConnection first(daemon.GetPort());
+    {
+        CRpcConnection second(daemon.GetPort());
+        EXPECT_EQ(first.Get("LUM"), 1000);
+        EXPECT_EQ(second.Get("LUM"), 1000);
+        CRpcConnection third(daemon.GetPort());
+        EXPECT_THROW(third.Get("LUM"), std::runtime_error);
+    }
+    EXPECT_EQ(first.Get("LUM"), 1000); // and the place of the second is free again
+    EXPECT_EQ(CRpcConnection(daemon.GetPort()).Get("LUM"), 1000);
 }
 
 TEST_F(Lanternd, IsQuietWhenNothingHappens)

@@ -38,9 +38,13 @@ TEST(LanterndOptions, HaveDefaults)
     EXPECT_FALSE(parsed.mExitCode);
     EXPECT_EQ(parsed.mOptions.mPort, 7400);
     EXPECT_EQ(parsed.mOptions.mBindAddress, "0.0.0.0");
+    EXPECT_EQ(parsed.mOptions.mRunDir, "/var/run/ui/");
     EXPECT_EQ(parsed.mOptions.mStateDir, "/var/lib/lantern");
     EXPECT_NE(parsed.mOptions.mConfigDir.find("/lantern"), std::string::npos);
     EXPECT_EQ(parsed.mOptions.mLanguage, "en");
+    EXPECT_TRUE(parsed.mOptions.mSerialPorts.empty());
+    EXPECT_EQ(parsed.mOptions.mAddress, 65533);
+    EXPECT_EQ(parsed.mOptions.mRouting, eRouting2And4);
     EXPECT_EQ(parsed.mOptions.mMaxClients, 0u);
     EXPECT_EQ(parsed.mOptions.mMaxPendingBytes, 67108864u);
     EXPECT_EQ(parsed.mOptions.mLogLevel, ELogLevel::Fyi);
@@ -48,16 +52,44 @@ TEST(LanterndOptions, HaveDefaults)
 
 TEST(LanterndOptions, AreTaken)
 {
-    const SParsed parsed =
-        Parse({"--port", "0", "--bind", "127.0.0.1", "--state-dir", "/s", "--config-dir=/c", "--language",
-               "de", "--max-clients", "7", "--max-pending", "1000000", "--log", "Warning", "--log-file", "/l",
-               "--syslog"});
+    const SParsed parsed = Parse({"--port",
+                                  "0",
+                                  "--bind",
+                                  "127.0.0.1",
+                                  "--state-dir",
+                                  "/s",
+                                  "--config-dir=/c",
+                                  "--language",
+                                  "de",
+                                  "--run-dir",
+                                  "/r",
+                                  "--serial",
+                                  "/dev/ttyS0:9600",
+                                  "--serial",
+                                  "pty",
+                                  "--address",
+                                  "1023",
+                                  "--routing",
+                                  "3",
+                                  "--max-clients",
+                                  "7",
+                                  "--max-pending",
+                                  "1000000",
+                                  "--log",
+                                  "Warning",
+                                  "--log-file",
+                                  "/l",
+                                  "--syslog"});
     EXPECT_FALSE(parsed.mExitCode) << parsed.mErr;
     EXPECT_EQ(parsed.mOptions.mPort, 0);
     EXPECT_EQ(parsed.mOptions.mBindAddress, "127.0.0.1");
     EXPECT_EQ(parsed.mOptions.mStateDir, "/s");
     EXPECT_EQ(parsed.mOptions.mConfigDir, "/c");
     EXPECT_EQ(parsed.mOptions.mLanguage, "de");
+    EXPECT_EQ(parsed.mOptions.mRunDir, "/r");
+    EXPECT_EQ(parsed.mOptions.mSerialPorts, (std::vector<std::string>{"/dev/ttyS0:9600", "pty"}));
+    EXPECT_EQ(parsed.mOptions.mAddress, 1023);
+    EXPECT_EQ(parsed.mOptions.mRouting, eRoutingAll);
     EXPECT_EQ(parsed.mOptions.mMaxClients, 7u);
     EXPECT_EQ(parsed.mOptions.mMaxPendingBytes, 1000000u);
     EXPECT_EQ(parsed.mOptions.mLogLevel, ELogLevel::Warning);
@@ -74,6 +106,13 @@ TEST(LanterndOptions, WrongUsageIsOneSentenceAndCode2)
         {"--bind", "localhost"},
         {"--bind", "1.2.3"},
         {"--language", "../de"},
+        {"--serial"},
+        {"--serial", "pty", "pty"},
+        {"--serial", "1", "--serial", "2", "--serial", "3", "--serial", "4", "--serial", "5", "--serial",
+         "6"},
+        {"--address", "1024"},
+        {"--address", "-1"},
+        {"--routing", "4"},
         {"--max-clients", "0"},
         {"--max-pending", "-5"},
         {"--log", "shouting"},
@@ -96,9 +135,9 @@ TEST(LanterndOptions, HelpAndVersionGoToStandardOutput)
 {
     const SParsed help = Parse({"--help"});
     EXPECT_EQ(help.mExitCode, 0);
-    for (const char* option :
-         {"--port", "--bind", "--state-dir", "--config-dir", "--max-clients", "--max-pending", "--language",
-          "--log", "--log-file", "--syslog", "--version", "7400"})
+    for (const char* option : {"--port", "--bind", "--run-dir", "--serial", "--address", "--routing",
+                               "--state-dir", "--config-dir", "--max-clients", "--max-pending", "--language",
+                               "--log", "--log-file", "--syslog", "--version", "7400"})
         EXPECT_NE(help.mOut.find(option), std::string::npos) << option;
     const SParsed version = Parse({"--version"});
     EXPECT_EQ(version.mExitCode, 0);

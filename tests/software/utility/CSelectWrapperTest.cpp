@@ -124,6 +124,7 @@ TEST(SelectWrapper, WakeDescriptorEndsTheWaitAndIsNotReported)
     const int waited = MillisecondsOf([&] { EXPECT_EQ(Wait(select, 10000), ""); });
     waker.join();
     EXPECT_LT(waited, 5000);
+    EXPECT_TRUE(select.IsWoken());
     select.Add(other.Get(), 4);
     EXPECT_EQ(Wait(select, 10000), "4r "); // both are ready, one is reported
     select.Remove(other.Get());

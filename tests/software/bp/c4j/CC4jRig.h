@@ -109,7 +109,7 @@ protected:
                                 {3, 0, 0, true, false, "SDI", ""},
                                 {4, 4, 0, true, true, "", ""}});
         AddText(eDisplayText, "NME", 0, 8, "Hall");
-        AddText(eDisplayPassword, "LOC", 0, 64, "");
+        AddText(eDisplayLongText, "LOC", 0, 64, "");
         AddText(eDisplayMultiline, "NTE", 0, 255, "");
         AddText(eDisplayDate, "DAT", 0, 0, "2026-01-01");
         AddText(eDisplayTime, "TIM", 0, 0, "03:00:00");
