@@ -165,7 +165,7 @@ Json::Value CTcpLink::RequestMembers(const std::string& code, const std::string&
 {
     Json::Value members = Request(code, method, parameters);
     if (!members.isObject())
-        FailConnection(mName + " answered something other than the members of a control");
+        NWait::FailConnection(mName + " answered something other than the members of a control");
     return members;
 }
 
