@@ -375,6 +375,8 @@ unsigned CJsonRpcTcpServer::LimitToPause(unsigned timeoutMs)
 void CJsonRpcTcpServer::AddClient(CDescriptor socket)
 {
     SetOptions(socket.Get());
+    while (mClientsById.count(SJsonRpcClient::mGlobalId) > 0) // of one that was there before ids began again
+        SJsonRpcClient::mGlobalId = SJsonRpcClient::NextId(SJsonRpcClient::mGlobalId);
     const auto position = mClients.insert(mClients.end(), std::make_unique<SJsonRpcClient>(socket.Release()));
     const SJsonRpcClient& client = **position;
     try

@@ -39,7 +39,7 @@ class ILog;
 class CJsonRpcTcpServer : public Json::Rpc::Server
 {
 public:
-    using ClientList = std::list<std::unique_ptr<SJsonRpcClient>>; ///< ids ascend
+    using ClientList = std::list<std::unique_ptr<SJsonRpcClient>>; ///< in order of arrival
 
     struct SLimits
     {

@@ -578,6 +578,29 @@ TEST_F(CJsonRpcTcpServerTest, ConnectionsAboveTheLimitAreClosed)
     EXPECT_TRUE(PumpUntil([&] { return mLog.Count(line) == 2; }));
 }
 
+TEST_F(CJsonRpcTcpServerTest, IdsBeginAgainWhereTheyAreFree)
+{
+    std::deque<CRawClient> clients;
+    const auto connect = [&](unsigned id)
+    {
+        clients.emplace_back(mServer.GetPort());
+        ASSERT_TRUE(PumpUntil([&] { return mServer.GetClientCount() == clients.size(); }));
+        EXPECT_TRUE(mServer.IsClientConnected(id)) << id;
+        clients.back().WriteMessage(Request(1, "echo"));
+        EXPECT_TRUE(PumpUntilReceived(clients.back(), Echoed(1).size()));
+    };
+    const unsigned next = SJsonRpcClient::mGlobalId;
+    SJsonRpcClient::mGlobalId = 1;
+    connect(1);
+    connect(2);
+    SJsonRpcClient::mGlobalId = 4;
+    connect(4);
+    SJsonRpcClient::mGlobalId = 2147483646;
+    for (const unsigned id : {2147483646U, 2147483647U, 3U, 5U})
+        connect(id);
+    SJsonRpcClient::mGlobalId = next;
+}
+
 TEST_F(CJsonRpcTcpServerTest, TheGreediestClientGoesWhenTooMuchIsPending)
 {
     mServer.SetLimits({SIZE_MAX, 100000});
