@@ -32,6 +32,8 @@ struct SJsonRpcClient
     bool mDoomed = false;        ///< on the purge list: nothing is read, run or sent any more
     int mSendError = 0;          ///< errno of the failed send after which nothing is sent any more
 
+    std::uint32_t mPeer = 0; ///< the IPv4 address by which the server counts it, network order
+
     static constexpr std::uint32_t kMaxId = INT32_MAX; ///< what "JSON_TCP.%d" can name
     static std::uint32_t NextId(std::uint32_t id) noexcept { return id < kMaxId ? id + 1 : 1; }
     static std::uint32_t mGlobalId; ///< the id of the next client; begins again after the last one
