@@ -18,6 +18,7 @@ constexpr unsigned short kThisUnit = 65534;     // whichever unit receives it
 constexpr char kErrorCode[] = "ERR";
 constexpr unsigned char kEnabledModifier = 'E';
 constexpr std::size_t kMaxReplies = 4096;     // to one message
+constexpr std::size_t kMaxChanges = 10'000;   // that wait while an answer is awaited
 constexpr std::size_t kCodesPerMessage = 100; // what surely fits
 
 CIpcMessage MakeRegistration()
@@ -193,8 +194,11 @@ void CSerialLink::TakeAside(const CIpcMessage& received)
     const bool isNotification = received.GetFlags() == eFlagReply &&
                                 received.GetDestination() == CIpcMessage::kNoAddress &&
                                 received.GetNumArgs() != 0;
-    if (isNotification && mWatched.count(NIpcMsgUtil::GetFullCode(received)) > 0)
-        TakeNotification(received);
+    if (!isNotification || mWatched.count(NIpcMsgUtil::GetFullCode(received)) == 0)
+        return;
+    if (GetChanges().size() == kMaxChanges)
+        NWait::FailConnection(mLine.GetName() + " announces changes faster than it answers");
+    TakeNotification(received);
 }
 
 IProjectorLink::EWait CSerialLink::Receive(const NWait::Deadline& deadline, int interrupt)
