@@ -3,7 +3,7 @@
 
 #include "apps/lanternctl/CCommandFailure.h"
 #include "apps/lanternctl/CSession.h"
-#include "apps/lanternctl/IProjectorLink.h"
+#include "apps/lanternctl/CTcpLink.h"
 #include "apps/lanternctl/NJsonDocument.h"
 
 #include <CLI/App.hpp>
@@ -25,7 +25,7 @@ EExitCode CCallCommand::Run(CSession& session)
         throw CCommandFailure(EExitCode::WrongUsage, "the parameters are not JSON: " + problem);
     if (!parameters.isNull() && !parameters.isArray() && !parameters.isObject())
         throw CCommandFailure(EExitCode::WrongUsage, "the parameters must be a JSON array or object");
-    const Json::Value result = session.GetLink().Call(mMethod, parameters);
+    const Json::Value result = session.GetTcpLink().Call(mMethod, parameters);
     session.Out() << (session.GetOptions().mJson ? NJsonDocument::Compact(result)
                                                  : NJsonDocument::Pretty(result))
                   << '\n';

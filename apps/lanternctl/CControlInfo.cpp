@@ -6,8 +6,9 @@
 #include <algorithm>
 #include <utility>
 
-CControlInfo::CControlInfo(Json::Value raw)
+CControlInfo::CControlInfo(Json::Value raw, ENumbers numbers)
     : mRaw(raw.isObject() ? std::move(raw) : Json::Value(Json::objectValue))
+    , mNumbers(numbers)
 {
 }
 
@@ -22,6 +23,8 @@ void CControlInfo::Merge(const Json::Value& members)
 {
     if (!members.isObject())
         return;
+    if (members.isMember("value"))
+        mRaw.removeMember("text"); // it belonged to the former value
     for (const std::string& name : members.getMemberNames())
         mRaw[name] = members[name];
 }
@@ -63,9 +66,20 @@ std::vector<SChoice> CControlInfo::GetChoices() const
     {
         const CControlInfo entry(raw); // the same checks serve the entry's members
         if (entry.GetMember("idx").isInt())
-            choices.push_back({entry.GetNumber("idx", 0), entry.GetText("text"), entry.IsEnabled()});
+            choices.push_back({entry.GetNumber("idx", 0), entry.GetText("text"), entry.IsEnabled(),
+                               entry.GetFlag("visible", true)});
     }
     return choices;
+}
+
+std::string CControlInfo::GetChoiceText(std::int64_t index) const
+{
+    if (GetMember("text").isString() && HasNumber("value") && GetMember("value").asInt64() == index)
+        return GetText("text");
+    const std::vector<SChoice> choices = GetChoices();
+    const auto choice =
+        std::find_if(choices.begin(), choices.end(), [&](const SChoice& c) { return c.mIndex == index; });
+    return choice == choices.end() ? std::to_string(index) : choice->mText; // an invisible one may be unknown
 }
 
 std::string CControlInfo::GetText(const char* name) const

@@ -3,6 +3,7 @@
 
 #include "software/bp/serial/EDisplayType.h"
 
+#include <cstdint>
 #include <json/value.h>
 #include <string>
 #include <vector>
@@ -13,6 +14,7 @@ struct SChoice
     int mIndex = 0; ///< the number that selects it
     std::string mText;
     bool mEnabled = true;
+    bool mVisible = true; ///< to other users of the projector
 };
 
 /// An entry of the projector's list of controls, with its members checked: whatever a peer sends, the getters
@@ -20,8 +22,14 @@ struct SChoice
 class CControlInfo
 {
 public:
+    enum class ENumbers
+    {
+        Described, ///< with their decimals and unit; a switch is on or off
+        Bare,      ///< as they are, for a link that tells nothing about them; a switch is 1 or 0
+    };
+
     /// @param raw  an object with the members of "control:list"; what is missing counts as not known
-    explicit CControlInfo(Json::Value raw);
+    explicit CControlInfo(Json::Value raw, ENumbers numbers = ENumbers::Described);
     /// Stands for a code that is not in the list: its values are shown and taken as they are.
     static CControlInfo Unlisted(const std::string& code);
 
@@ -31,6 +39,8 @@ public:
     const Json::Value& GetRaw() const noexcept { return mRaw; }
     const Json::Value& GetMember(const char* name) const; ///< null when there is none
     bool HasNumber(const char* name) const;               ///< a whole number of 64 bits at most
+    bool Knows(const char* name) const { return !GetMember(name).isNull(); }
+    bool HasBareNumbers() const noexcept { return mNumbers == ENumbers::Bare; }
 
     std::string GetCode() const { return GetText("code"); }
     std::string GetName() const { return GetText("label"); }
@@ -45,6 +55,8 @@ public:
     bool IsPersistent() const { return GetFlag("persistent", false); }
 
     std::vector<SChoice> GetChoices() const;
+    /// The text of a choice: as it came with the value, else from the choices; its number without either.
+    std::string GetChoiceText(std::int64_t index) const;
 
 private:
     std::string GetText(const char* name) const;
@@ -52,4 +64,5 @@ private:
     int GetNumber(const char* name, int otherwise) const;
 
     Json::Value mRaw; // always an object
+    ENumbers mNumbers;
 };

@@ -35,7 +35,9 @@ EExitCode CGetCommand::Run(CSession& session)
                 session.Out() << NJsonDocument::Compact(reply) << '\n';
                 continue;
             }
-            const CControlInfo control = link.Describe(code).value_or(CControlInfo::Unlisted(code));
+            CControlInfo control =
+                link.Describe(code, IProjectorLink::ENeed::Show).value_or(CControlInfo::Unlisted(code));
+            control.Merge(reply);
             if (isAlone)
                 NCommandText::PrintValue(session, control, reply["value"]);
             else

@@ -23,10 +23,25 @@ std::string YesOrNo(bool yes)
     return yes ? "yes" : "no";
 }
 
+// Empty for what the projector did not tell.
+std::string FormatFlag(const CControlInfo& control, const char* name, bool flag)
+{
+    return control.Knows(name) ? YesOrNo(flag) : "";
+}
+
 std::string FormatAccess(const CControlInfo& control)
 {
+    if (!control.Knows("access"))
+        return "";
     const int group = control.GetAccessGroup();
     return "group " + std::to_string(group) + (group == eAccessProtected ? ", only after log-in" : "");
+}
+
+std::string FormatState(const SChoice& choice)
+{
+    if (!choice.mVisible)
+        return "hidden";
+    return choice.mEnabled ? "" : "disabled";
 }
 } // namespace
 
@@ -39,14 +54,12 @@ EExitCode CInfoCommand::Run(CSession& session)
 {
     IProjectorLink& link = session.GetLink();
     const std::string code = NDisplayText::UpperCode(mCode);
-    std::optional<CControlInfo> control = link.Describe(code);
+    std::optional<CControlInfo> control = link.Describe(code, IProjectorLink::ENeed::All);
     if (!control) // refused by the projector, unless a program part answers under this code
     {
         control = CControlInfo::Unlisted(code);
         control->Merge(link.Get(code));
     }
-    else if (HasSoftRange(control->GetType()) && control->GetAccessGroup() != eAccessProtected)
-        control->Merge(link.GetProperties(code));
 
     if (session.GetOptions().mJson)
         session.Out() << NJsonDocument::Compact(control->GetRaw()) << '\n';
@@ -76,20 +89,20 @@ void CInfoCommand::Print(CSession& session, const CControlInfo& control)
     addFact("type", NValueText::FormatType(control));
     addFact("range", NValueText::FormatRange(control));
     addFact("soft range", NValueText::FormatSoftRange(control));
-    if (HasSoftValue(control.GetType()))
+    if (HasSoftValue(control.GetType()) && control.Knows("softvalue"))
         addFact("soft value", NValueText::Format(control, control.GetMember("softvalue"), EUnit::Shown));
     if (!NValueText::TakesNoValue(control))
         addFact("default", NValueText::Format(control, control.GetMember("default"), EUnit::Shown));
     addFact("unit", NUnitText::Pretty(control.GetUnit()));
     addFact("access", FormatAccess(control));
-    addFact("saved", YesOrNo(control.IsPersistent()));
-    addFact("read-only", YesOrNo(control.IsReadOnly()));
-    addFact("enabled", YesOrNo(control.IsEnabled()));
+    addFact("saved", FormatFlag(control, "persistent", control.IsPersistent()));
+    addFact("read-only", FormatFlag(control, "readOnly", control.IsReadOnly()));
+    addFact("enabled", FormatFlag(control, "enabled", control.IsEnabled()));
     facts.Print(out, session.GetStyle(), kIndentation);
 
     CTextTable choices;
     for (const SChoice& choice : control.GetChoices())
-        choices.AddRow({std::to_string(choice.mIndex), choice.mText, choice.mEnabled ? "" : "disabled"});
+        choices.AddRow({std::to_string(choice.mIndex), choice.mText, FormatState(choice)});
     if (!control.GetChoices().empty())
         out << kIndentation << "choices\n";
     choices.Print(out, session.GetStyle(), std::string(kIndentation) + kIndentation);

@@ -2,8 +2,8 @@
 #include "apps/lanternctl/CListCommand.h"
 
 #include "apps/lanternctl/CSession.h"
+#include "apps/lanternctl/CTcpLink.h"
 #include "apps/lanternctl/CTextTable.h"
-#include "apps/lanternctl/IProjectorLink.h"
 #include "apps/lanternctl/NDisplayText.h"
 #include "apps/lanternctl/NJsonDocument.h"
 #include "apps/lanternctl/NValueText.h"
@@ -87,7 +87,7 @@ void CListCommand::Declare(CLI::App& arguments)
 
 EExitCode CListCommand::Run(CSession& session)
 {
-    const std::vector<CControlInfo> controls = session.GetLink().List(NDisplayText::UpperCode(mPrefix));
+    const std::vector<CControlInfo> controls = session.GetTcpLink().List(NDisplayText::UpperCode(mPrefix));
     if (session.GetOptions().mJson)
     {
         for (const CControlInfo& control : controls)

@@ -2,8 +2,8 @@
 #include "apps/lanternctl/CModulesCommand.h"
 
 #include "apps/lanternctl/CSession.h"
+#include "apps/lanternctl/CTcpLink.h"
 #include "apps/lanternctl/CTextTable.h"
-#include "apps/lanternctl/IProjectorLink.h"
 #include "apps/lanternctl/NJsonDocument.h"
 
 #include <ostream>
@@ -20,7 +20,7 @@ void CModulesCommand::Declare(CLI::App&) {}
 
 EExitCode CModulesCommand::Run(CSession& session)
 {
-    const Json::Value modules = session.GetLink().Call("getModules", Json::Value());
+    const Json::Value modules = session.GetTcpLink().Call("getModules", Json::Value());
     CTextTable table{"MODULE", "VERSION"};
     for (const Json::Value& module : modules)
     {

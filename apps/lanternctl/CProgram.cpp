@@ -8,6 +8,7 @@
 #include "apps/lanternctl/CInfoCommand.h"
 #include "apps/lanternctl/CListCommand.h"
 #include "apps/lanternctl/CModulesCommand.h"
+#include "apps/lanternctl/CSendCommand.h"
 #include "apps/lanternctl/CSession.h"
 #include "apps/lanternctl/CSetCommand.h"
 #include "apps/lanternctl/CWatchCommand.h"
@@ -17,10 +18,13 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <ostream>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -37,25 +41,51 @@ struct SCommandRow
     const char* mName;
     const char* mHelp;
     std::unique_ptr<ICommand> (*mMake)();
+    unsigned mTransports; // the set of those it works over
 };
 
 constexpr SCommandRow kCommands[] = {
-    {"get", "Show values", &Make<CGetCommand>},
-    {"set", "Set a value, or start an action", &Make<CSetCommand>},
-    {"info", "Show everything about a control", &Make<CInfoCommand>},
-    {"list", "List the controls", &Make<CListCommand>},
-    {"watch", "Show changes as they happen", &Make<CWatchCommand>},
-    {"modules", "List the groups of methods", &Make<CModulesCommand>},
-    {"call", "Call any method", &Make<CCallCommand>},
-    {"completion", "Print a completion script for a shell", &Make<CCompletionCommand>},
+    {"get", "Show values", &Make<CGetCommand>, kOverAll},
+    {"set", "Set a value, or start an action", &Make<CSetCommand>, kOverAll},
+    {"info", "Show everything about a control", &Make<CInfoCommand>, kOverAll},
+    {"list", "List the controls", &Make<CListCommand>, eOverTcp},
+    {"watch", "Show changes as they happen", &Make<CWatchCommand>, kOverAll},
+    {"modules", "List the groups of methods", &Make<CModulesCommand>, eOverTcp},
+    {"call", "Call any method", &Make<CCallCommand>, eOverTcp},
+    {"send", "Send one message as it is, over a serial line", &Make<CSendCommand>, eOverSerial},
+    {"completion", "Print a completion script for a shell", &Make<CCompletionCommand>, kOverAll},
 };
 
+struct STransportRow
+{
+    ETransport mTransport;
+    const char* mWords;
+};
+constexpr STransportRow kTransports[] = {
+    {eOverTcp, "TCP (--host, --port)"},
+    {eOverIpc, "the local IPC (--ipc)"},
+    {eOverSerial, "a serial line (--serial)"},
+};
+
+const char* GetWords(unsigned transports)
+{
+    return std::find_if(std::begin(kTransports), std::end(kTransports),
+                        [=](const STransportRow& t) { return (t.mTransport & transports) != 0; })
+        ->mWords;
+}
+
 constexpr char kFooter[] =
+    "Over --ipc and --serial numbers are shown and taken as they are, without decimals and units (73.5 % is\n"
+    "735, on is 1), and list, modules and call are not possible. Over --ipc you are the controller itself: "
+    "no\n"
+    "control is protected.\n"
     "Exit codes: 0 done, 1 the projector refused, 2 wrong usage, 3 no connection or no answer in time.\n"
     "Examples:\n"
     "  lanternctl set LUM 73.5\n"
     "  lanternctl set SRC \"HDMI 2\"\n"
-    "  lanternctl --host 192.168.1.10 watch LUM TP1";
+    "  lanternctl --host 192.168.1.10 watch LUM TP1\n"
+    "  lanternctl --ipc /var/run/ui set LUM 735\n"
+    "  lanternctl --serial /dev/ttyS0:9600 send '(LUM?)'";
 
 constexpr char kCommandFooter[] = "The options that all commands share: lanternctl --help";
 
@@ -70,15 +100,7 @@ public:
         mApp.require_subcommand(0, 1);
         mApp.set_version_flag("--version", std::string("lanternctl " LANTERN_VERSION));
         mApp.footer(kFooter);
-        mApp.add_option("--host", mOptions.mHost, "Name or address of the projector")
-            ->type_name("H")
-            ->envname("LANTERN_HOST")
-            ->capture_default_str();
-        mApp.add_option("--port", mOptions.mPort, "TCP port of its JSON-RPC interface")
-            ->envname("LANTERN_PORT")
-            ->type_name("N")
-            ->check(CLI::Range(1, 65535).description(""))
-            ->capture_default_str();
+        DeclareTransports();
         mApp.add_option("--timeout", mOptions.mTimeoutMs,
                         "Longest wait for the connection and for each answer, ms")
             ->type_name("MS")
@@ -120,7 +142,57 @@ public:
                std::string(isOption ? "; a value that starts with \"-\" goes behind \"--\"" : "");
     }
 
+    /// @throws CCommandFailure (wrong usage) when the command does not work over the chosen way
+    void CheckTransport() const
+    {
+        const std::string name = mApp.get_subcommands().front()->get_name();
+        const auto row = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                      [&](const SCommandRow& r) { return name == r.mName; });
+        const ETransport chosen = mOptions.GetTransport();
+        if ((row->mTransports & chosen) == 0)
+            throw CCommandFailure(EExitCode::WrongUsage, name + " works over " + GetWords(row->mTransports) +
+                                                             " only, not over " + GetWords(chosen));
+    }
+
 private:
+    void DeclareTransports()
+    {
+        CLI::Option* host = mApp.add_option("--host", mOptions.mHost, "Name or address of the projector")
+                                ->type_name("H")
+                                ->envname("LANTERN_HOST")
+                                ->capture_default_str();
+        CLI::Option* port = mApp.add_option("--port", mOptions.mPort, "TCP port of its JSON-RPC interface")
+                                ->envname("LANTERN_PORT")
+                                ->type_name("N")
+                                ->check(CLI::Range(1, 65535).description(""))
+                                ->capture_default_str();
+        CLI::Option* ipc = DeclareOtherWay("--ipc", mOptions.mRunDirectory,
+                                           "Instead: the projector whose local sockets are in this folder",
+                                           "RUN-DIR", {host, port});
+        DeclareOtherWay("--serial", mOptions.mSerial,
+                        "Instead: the projector at this serial line, at 115200 baud if not given",
+                        "DEVICE[:BAUD]", {host, port})
+            ->excludes(ipc);
+    }
+
+    // What the environment says of the network is not meant when another way is asked for.
+    CLI::Option* DeclareOtherWay(const char* name, std::string& value, const char* help, const char* type,
+                                 const std::vector<CLI::Option*>& network)
+    {
+        const auto take = [name, &value, network](const std::string& given)
+        {
+            if (given.empty())
+                throw CLI::ValidationError(name, "must not be empty");
+            value = given;
+            for (CLI::Option* option : network)
+                option->envname("");
+        };
+        CLI::Option* way = mApp.add_option_function<std::string>(name, take, help)->type_name(type);
+        for (CLI::Option* option : network)
+            way->excludes(option);
+        return way->trigger_on_parse(); // before the environment is read
+    }
+
     static std::string GetNames()
     {
         std::string names;
@@ -151,7 +223,9 @@ EExitCode RunCommand(CSession& session, CArguments& declared, int argc, const ch
     {
         CheckEncoding(argc, arguments);
         declared.GetApp().parse(argc, arguments);
-        return declared.GetCommand().Run(session);
+        ICommand& command = declared.GetCommand();
+        declared.CheckTransport();
+        return command.Run(session);
     }
     catch (const CLI::CallForHelp&)
     {

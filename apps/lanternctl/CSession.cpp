@@ -2,6 +2,9 @@
 #include "apps/lanternctl/CSession.h"
 
 #include "apps/lanternctl/CCommandFailure.h"
+#include "apps/lanternctl/CIpcLink.h"
+#include "apps/lanternctl/CSerialLine.h"
+#include "apps/lanternctl/CSerialLink.h"
 #include "apps/lanternctl/CTcpLink.h"
 #include "apps/lanternctl/NDisplayText.h"
 
@@ -9,6 +12,13 @@
 #include <cstring>
 #include <ostream>
 #include <unistd.h>
+
+ETransport SClientOptions::GetTransport() const noexcept
+{
+    if (!mRunDirectory.empty())
+        return eOverIpc;
+    return mSerial.empty() ? eOverTcp : eOverSerial;
+}
 
 CSession::CSession(const SClientOptions& options, std::ostream& out, std::ostream& error, bool isTerminal)
     : mOptions(options)
@@ -24,10 +34,29 @@ CSession::~CSession() = default;
 
 IProjectorLink& CSession::GetLink()
 {
-    if (!mLink)
-        mLink = std::make_unique<CTcpLink>(mOptions.mHost, mOptions.mPort,
-                                           std::chrono::milliseconds(mOptions.mTimeoutMs));
+    if (mLink)
+        return *mLink;
+    switch (mOptions.GetTransport())
+    {
+    case eOverTcp: mLink = std::make_unique<CTcpLink>(mOptions.mHost, mOptions.mPort, GetTimeout()); break;
+    case eOverIpc: mLink = std::make_unique<CIpcLink>(mOptions.mRunDirectory, GetTimeout()); break;
+    case eOverSerial: mLink = std::make_unique<CSerialLink>(mOptions.mSerial, GetTimeout()); break;
+    }
     return *mLink;
+}
+
+CTcpLink& CSession::GetTcpLink()
+{
+    if (!mTcpLink)
+        mTcpLink = std::make_unique<CTcpLink>(mOptions.mHost, mOptions.mPort, GetTimeout());
+    return *mTcpLink;
+}
+
+CSerialLine& CSession::GetSerialLine()
+{
+    if (!mSerialLine)
+        mSerialLine = std::make_unique<CSerialLine>(mOptions.mSerial, GetTimeout());
+    return *mSerialLine;
 }
 
 void CSession::Complain(const std::string& sentence)

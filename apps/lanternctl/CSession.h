@@ -2,12 +2,15 @@
 #pragma once
 
 #include "apps/lanternctl/CTerminalStyle.h"
+#include "apps/lanternctl/ETransport.h"
 
 #include <chrono>
 #include <iosfwd>
 #include <memory>
 #include <string>
 
+class CSerialLine;
+class CTcpLink;
 class IProjectorLink;
 
 /// The options that all sub-commands share, with their defaults.
@@ -15,8 +18,12 @@ struct SClientOptions
 {
     std::string mHost = "127.0.0.1";
     unsigned short mPort = 7400;
+    std::string mRunDirectory;  ///< of the local IPC, which replaces host and port unless empty
+    std::string mSerial;        ///< "DEVICE[:BAUD]", which replaces them in the same way
     unsigned mTimeoutMs = 3000; ///< for the connection and for each reply
     bool mJson = false;         ///< raw members, one document a line
+
+    ETransport GetTransport() const noexcept;
 };
 
 /// Lives for one run of the program. The streams are not owned and must outlive it.
@@ -31,12 +38,16 @@ public:
 
     const SClientOptions& GetOptions() const noexcept { return mOptions; }
     std::ostream& Out() noexcept { return mOut; }
+    std::chrono::milliseconds GetTimeout() const { return std::chrono::milliseconds(mOptions.mTimeoutMs); }
     bool IsTerminal() const noexcept { return mIsTerminal; }
     const CTerminalStyle& GetStyle() const noexcept { return mStyle; } ///< for `Out`
 
     /// The projector that the options name; connects at the first call.
     /// @throws CCommandFailure (no connection)
     IProjectorLink& GetLink();
+    /// The same for what only one kind of link has; not to be mixed with `GetLink`.
+    CTcpLink& GetTcpLink();
+    CSerialLine& GetSerialLine();
 
     /// One line on standard error: "lanternctl: SENTENCE".
     void Complain(const std::string& sentence);
@@ -54,4 +65,6 @@ private:
     const CTerminalStyle mStyle;
     const CTerminalStyle mErrorStyle;
     std::unique_ptr<IProjectorLink> mLink;
+    std::unique_ptr<CTcpLink> mTcpLink;
+    std::unique_ptr<CSerialLine> mSerialLine;
 };

@@ -27,7 +27,8 @@ EExitCode CSetCommand::Run(CSession& session)
 {
     IProjectorLink& link = session.GetLink();
     const std::string code = NDisplayText::UpperCode(mCode);
-    const CControlInfo control = link.Describe(code).value_or(CControlInfo::Unlisted(code));
+    const CControlInfo control =
+        link.Describe(code, IProjectorLink::ENeed::Set).value_or(CControlInfo::Unlisted(code));
     const bool isTriggered = NValueText::TakesNoValue(control);
     if (!isTriggered && mValueOption->count() == 0)
     {

@@ -3,6 +3,7 @@
 
 #include "apps/lanternctl/CCommandFailure.h"
 #include "apps/lanternctl/NJsonDocument.h"
+#include "software/include/EAccessLevel.h"
 #include "software/jsonrpc/NAddress.h"
 #include "software/utility/CException.h"
 
@@ -10,18 +11,15 @@
 #include <arpa/inet.h>
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <cstring>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <utility>
 
 namespace
 {
 constexpr char kNotification[] = "control:notify";
-constexpr int kNoDescriptor = -1;
 
 // A projector that lost its power says nothing: after about 25 s of silence the connection counts as lost.
 struct SSocketOption
@@ -35,11 +33,6 @@ constexpr SSocketOption kKeepAlive[] = {
     {IPPROTO_TCP, TCP_KEEPINTVL, 5},                                          // s
     {IPPROTO_TCP, TCP_KEEPCNT, 3},   {IPPROTO_TCP, TCP_USER_TIMEOUT, 25'000}, // ms
 };
-
-[[noreturn]] void FailConnection(const std::string& sentence)
-{
-    throw CCommandFailure(EExitCode::NoConnection, sentence);
-}
 
 std::string DescribeError(const Json::Value& error)
 {
@@ -61,15 +54,6 @@ Json::Value CodeParameter(const std::string& code)
     Json::Value parameters(Json::objectValue);
     parameters["code"] = code;
     return parameters;
-}
-
-int MillisecondsUntil(const std::optional<std::chrono::steady_clock::time_point>& deadline)
-{
-    if (!deadline)
-        return -1; // poll's for ever
-    const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(*deadline - std::chrono::steady_clock::now());
-    return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, INT_MAX));
 }
 } // namespace
 
@@ -94,19 +78,18 @@ Json::Value CTcpLink::Set(const std::string& code, const Json::Value& value)
     return RequestMembers(code, "control:set", parameters);
 }
 
-std::optional<CControlInfo> CTcpLink::Describe(const std::string& code)
+std::optional<CControlInfo> CTcpLink::Describe(const std::string& code, ENeed need)
 {
     std::vector<CControlInfo> controls = List(code);
     const auto control = std::find_if(controls.begin(), controls.end(),
                                       [&](const CControlInfo& c) { return c.GetCode() == code; });
     if (control == controls.end())
         return std::nullopt;
+    // A soft range follows the projector's state, and is not in the list.
+    if (need == ENeed::All && HasSoftRange(control->GetType()) &&
+        control->GetAccessGroup() != eAccessProtected)
+        control->Merge(RequestMembers(code, "control:getProperties", CodeParameter(code)));
     return std::move(*control);
-}
-
-Json::Value CTcpLink::GetProperties(const std::string& code)
-{
-    return RequestMembers(code, "control:getProperties", CodeParameter(code));
 }
 
 std::vector<CControlInfo> CTcpLink::List(const std::string& prefix)
@@ -116,7 +99,7 @@ std::vector<CControlInfo> CTcpLink::List(const std::string& prefix)
         parameters["prefix"] = prefix;
     const Json::Value list = Request("control:list", "control:list", parameters);
     if (!list.isArray())
-        FailConnection(mName + " answered something other than a list of controls");
+        NWait::FailConnection(mName + " answered something other than a list of controls");
     return std::vector<CControlInfo>(list.begin(), list.end());
 }
 
@@ -136,9 +119,7 @@ void CTcpLink::Watch(const std::vector<std::string>& codes)
 IProjectorLink::EWait CTcpLink::WaitForChange(Json::Value& change,
                                               std::optional<std::chrono::milliseconds> timeout, int interrupt)
 {
-    Deadline deadline;
-    if (timeout)
-        deadline = std::chrono::steady_clock::now() + *timeout;
+    const NWait::Deadline deadline = NWait::After(timeout);
     while (mChanges.empty())
     {
         const EWait wait = Receive(deadline, interrupt);
@@ -167,13 +148,11 @@ Json::Value CTcpLink::Request(const std::string& subject, const std::string& met
     mReply.reset();
     Send(request);
 
-    const auto deadline = std::chrono::steady_clock::now() + mTimeout;
+    const NWait::Deadline deadline = NWait::After(mTimeout);
     while (!mReply)
     {
-        // Asked for by itself too: a projector that announces without pause is always ready to be read.
-        const bool isLate = std::chrono::steady_clock::now() > deadline;
-        if (isLate || Receive(deadline, kNoDescriptor) == EWait::Elapsed)
-            FailConnection("no answer from " + mName + " within " + std::to_string(mTimeout.count()) + " ms");
+        if (Receive(deadline, NWait::kNoDescriptor) == EWait::Elapsed)
+            NWait::FailNoAnswer(mName, mTimeout);
     }
     const Json::Value& reply = *mReply;
     if (reply.isMember("error"))
@@ -186,21 +165,20 @@ Json::Value CTcpLink::RequestMembers(const std::string& code, const std::string&
 {
     Json::Value members = Request(code, method, parameters);
     if (!members.isObject())
-        FailConnection(mName + " answered something other than the members of a control");
+        NWait::FailConnection(mName + " answered something other than the members of a control");
     return members;
 }
 
 void CTcpLink::Connect()
 {
-    const std::string refusal = "no connection to " + mName + ": ";
     const std::optional<sockaddr_in> address = NAddress::Resolve(mHost, mClient.GetPort());
     if (!address)
-        FailConnection(refusal + "no such host");
+        NWait::FailNoConnection(mName, "no such host");
     std::array<char, INET_ADDRSTRLEN> dotted{};
     inet_ntop(AF_INET, &address->sin_addr, dotted.data(), dotted.size());
     mClient.SetAddress(dotted.data()); // the name is looked up once
     if (!mClient.Connect(static_cast<int>(mTimeout.count())))
-        FailConnection(refusal + std::strerror(errno));
+        NWait::FailNoConnection(mName, std::strerror(errno));
     for (const SSocketOption& option : kKeepAlive) // a system without one of them only notices later
         setsockopt(mClient.GetSocket(), option.mLevel, option.mOption, &option.mValue, sizeof option.mValue);
 }
@@ -228,20 +206,11 @@ void CTcpLink::Sort(const Json::Value& message)
         mReply = message;
 }
 
-IProjectorLink::EWait CTcpLink::Receive(const Deadline& deadline, int interrupt)
+IProjectorLink::EWait CTcpLink::Receive(const NWait::Deadline& deadline, int interrupt)
 {
-    std::array<pollfd, 2> watched{{{mClient.GetSocket(), POLLIN, 0}, {interrupt, POLLIN, 0}}};
-    const int ready = poll(watched.data(), watched.size(), MillisecondsUntil(deadline)); // -1 is left out
-    if (ready == 0)
-        return EWait::Elapsed;
-    if (ready > 0 && watched[1].revents != 0)
-        return EWait::Interrupted;
-    if (ready < 0)
-    {
-        if (errno == EINTR)
-            return EWait::Change;
-        LoseConnection();
-    }
+    const EWait wait = NWait::ForInput(mClient.GetSocket(), deadline, interrupt);
+    if (wait != EWait::Change)
+        return wait;
     std::deque<std::string> messages;
     try
     {
@@ -256,7 +225,7 @@ IProjectorLink::EWait CTcpLink::Receive(const Deadline& deadline, int interrupt)
         Json::Value message;
         std::string problem;
         if (!NJsonDocument::Parse(text, message, problem))
-            FailConnection(mName + " does not speak JSON-RPC: " + problem);
+            NWait::FailConnection(mName + " does not speak JSON-RPC: " + problem);
         Sort(message);
     }
     return EWait::Change;
@@ -264,5 +233,5 @@ IProjectorLink::EWait CTcpLink::Receive(const Deadline& deadline, int interrupt)
 
 void CTcpLink::LoseConnection() const
 {
-    FailConnection("connection to " + mName + " lost");
+    NWait::FailLost(mName);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "apps/lanternctl/IProjectorLink.h"
+#include "apps/lanternctl/NWait.h"
 #include "software/bp/c4j/CJsonRpcTcpClient.h"
 
 #include <deque>
@@ -18,17 +19,19 @@ public:
 
     Json::Value Get(const std::string& code) override;
     Json::Value Set(const std::string& code, const Json::Value& value) override;
-    std::optional<CControlInfo> Describe(const std::string& code) override;
-    Json::Value GetProperties(const std::string& code) override;
-    std::vector<CControlInfo> List(const std::string& prefix) override;
+    std::optional<CControlInfo> Describe(const std::string& code, ENeed need) override;
     void Watch(const std::vector<std::string>& codes) override;
     EWait WaitForChange(Json::Value& change, std::optional<std::chrono::milliseconds> timeout,
                         int interrupt) override;
-    Json::Value Call(const std::string& method, const Json::Value& parameters) override;
+
+    // What only the network offers.
+
+    /// The controls whose codes begin with the prefix, by ascending code; all for an empty one.
+    std::vector<CControlInfo> List(const std::string& prefix);
+    /// Any method by its name. @param parameters  an array or object, null for none
+    Json::Value Call(const std::string& method, const Json::Value& parameters);
 
 private:
-    using Deadline = std::optional<std::chrono::steady_clock::time_point>;
-
     /// @param subject  what a refusal is about, in front of its text
     Json::Value Request(const std::string& subject, const std::string& method, const Json::Value& parameters);
     /// A request about one control, whose answer is the members of an object.
@@ -38,7 +41,7 @@ private:
     void Send(const Json::Value& request);
     void Sort(const Json::Value& message);
     /// Takes in what has arrived; `Change` means that there may be something new.
-    EWait Receive(const Deadline& deadline, int interrupt);
+    EWait Receive(const NWait::Deadline& deadline, int interrupt);
     [[noreturn]] void LoseConnection() const;
 
     const std::string mName; // host:port, for messages

@@ -124,7 +124,7 @@ std::vector<std::string> CWatchCommand::Describe(CSession& session)
         const std::string code = NDisplayText::UpperCode(typed);
         if (mControls.count(code) > 0)
             continue;
-        std::optional<CControlInfo> control = link.Describe(code);
+        std::optional<CControlInfo> control = link.Describe(code, IProjectorLink::ENeed::Show);
         if (!control)
         {
             link.Get(code); // refused by its name, while a refused subscription would name all of them

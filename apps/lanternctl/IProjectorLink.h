@@ -21,6 +21,13 @@ public:
         Elapsed,     ///< nothing happened in time
         Interrupted, ///< the other descriptor has something to say
     };
+    /// What a control is described for: a slow line is asked no more than that.
+    enum class ENeed
+    {
+        Show, ///< to show its values
+        Set,  ///< to take a value from a person
+        All,  ///< for itself
+    };
 
     virtual ~IProjectorLink() = default;
 
@@ -28,12 +35,8 @@ public:
     virtual Json::Value Get(const std::string& code) = 0;
     /// @returns the raw members after the change
     virtual Json::Value Set(const std::string& code, const Json::Value& value) = 0;
-    /// Everything about one control; nothing when the projector lists no such code.
-    virtual std::optional<CControlInfo> Describe(const std::string& code) = 0;
-    /// What of a control may change while it runs, as raw members: "enabled", range, soft range or list.
-    virtual Json::Value GetProperties(const std::string& code) = 0;
-    /// The controls whose codes begin with the prefix, by ascending code; all for an empty one.
-    virtual std::vector<CControlInfo> List(const std::string& prefix) = 0;
+    /// What the projector tells about one control; nothing when it describes no such code, or not to us.
+    virtual std::optional<CControlInfo> Describe(const std::string& code, ENeed need) = 0;
 
     /// Subscribes to all of these controls, or to none. Their state comes as the first changes.
     virtual void Watch(const std::vector<std::string>& codes) = 0;
@@ -43,7 +46,4 @@ public:
     /// @param interrupt   a descriptor that ends the wait when it is readable
     virtual EWait WaitForChange(Json::Value& change, std::optional<std::chrono::milliseconds> timeout,
                                 int interrupt) = 0;
-
-    /// Any method by its name. @param parameters  an array or object, null for none
-    virtual Json::Value Call(const std::string& method, const Json::Value& parameters) = 0;
 };

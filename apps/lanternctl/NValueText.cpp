@@ -82,14 +82,6 @@ std::string FormatNumber(const CControlInfo& control, const Json::Value& number)
     return NDecimal::Format(number.asInt64(), control.GetDecimals());
 }
 
-std::string FormatChoice(const CControlInfo& control, std::int64_t index)
-{
-    const std::vector<SChoice> choices = control.GetChoices();
-    const auto choice =
-        std::find_if(choices.begin(), choices.end(), [&](const SChoice& c) { return c.mIndex == index; });
-    return choice == choices.end() ? std::to_string(index) : choice->mText; // an invisible choice has no text
-}
-
 std::string FormatBounds(const CControlInfo& control, const char* minimum, const char* maximum)
 {
     if (!control.HasNumber(minimum) || !control.HasNumber(maximum))
@@ -148,7 +140,7 @@ Json::Value ParseBoolean(const CControlInfo& control, const std::string& text)
                                    [&](const SBooleanWord& w) { return folded == w.mWord; });
     if (word == std::end(kBooleanWords))
         RefuseUsage(control, Quoted(text) + " is neither \"on\" nor \"off\"");
-    return word->mValue;
+    return control.HasBareNumbers() ? Json::Value(word->mValue ? 1 : 0) : Json::Value(word->mValue);
 }
 
 Json::Value ParseChoice(const CControlInfo& control, const std::string& text)
@@ -199,8 +191,8 @@ std::string NValueText::Format(const CControlInfo& control, const Json::Value& v
     if (!value.isInt64())
         return NJsonDocument::Compact(value);
     if (control.GetFamily() == EControlFamily::List)
-        return FormatChoice(control, value.asInt64());
-    if (control.GetFamily() == EControlFamily::Boolean) // defaults come as numbers
+        return control.GetChoiceText(value.asInt64());
+    if (control.GetFamily() == EControlFamily::Boolean && !control.HasBareNumbers()) // of a default
         return OnOrOff(value.asInt64() != 0);
     const std::string number = FormatNumber(control, value);
     return unit == EUnit::Shown ? WithUnit(control, number) : number;

@@ -2,13 +2,20 @@
 _lanternctl()
 {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    local command='' own='' words='' arguments=0 i
+    local command='' own='' words='' arguments=0 knows_codes=1 i
     local -a projector=()
     COMPREPLY=()
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
         --host | --port)
             projector+=("${COMP_WORDS[i]}" "${COMP_WORDS[++i]}")
+            ;;
+        --ipc | --serial) # where nobody can be asked for the codes
+            knows_codes=''
+            ((++i))
+            ;;
+        :) # the rate of a serial line is a word of its own here
+            ((++i))
             ;;
         %OPTIONS_WITH_VALUE%)
             ((++i))
@@ -31,6 +38,14 @@ _lanternctl()
         COMPREPLY=($(compgen -A hostname -- "$current"))
         return
         ;;
+    --ipc)
+        COMPREPLY=($(compgen -d -- "$current"))
+        return
+        ;;
+    --serial)
+        COMPREPLY=($(compgen -f -- "$current"))
+        return
+        ;;
     %OPTIONS_WITH_VALUE%)
         return
         ;;
@@ -46,6 +61,7 @@ _lanternctl()
             completion:0) words='bash zsh' ;;
             set:0 | info:0 | list:0 | get:* | watch:*)
                 # Asked of the projector, which may not be there: not for long, and without a word.
+                [[ -n $knows_codes ]] || return
                 words=$("$1" "${projector[@]}" --timeout 500 list --format codes 2>/dev/null)
                 current=${current^^}
                 ;;

@@ -3,7 +3,7 @@
 _lanternctl() {
     local command='' own='' previous=${words[CURRENT - 1]}
     local -a projector codes subcommands
-    local -i arguments=0 i
+    local -i arguments=0 knows_codes=1 i
     subcommands=(
 %DESCRIBED_COMMANDS%
     )
@@ -11,6 +11,10 @@ _lanternctl() {
         case ${words[i]} in
         (--host|--port)
             projector+=(${words[i]} ${words[i + 1]})
+            ((i++))
+            ;;
+        (--ipc|--serial) # where nobody can be asked for the codes
+            knows_codes=0
             ((i++))
             ;;
         (%OPTIONS_WITH_VALUE%)
@@ -35,6 +39,14 @@ _lanternctl() {
         _hosts
         return
         ;;
+    (--ipc)
+        _directories
+        return
+        ;;
+    (--serial)
+        _files
+        return
+        ;;
     (%OPTIONS_WITH_VALUE%)
         return
         ;;
@@ -50,6 +62,7 @@ _lanternctl() {
     (:0) _describe command subcommands ;;
     (completion:0) compadd bash zsh ;;
     (set:0|info:0|list:0|get:*|watch:*)
+        ((knows_codes)) || return
         # Asked of the projector, which may not be there: not for long, and without a word.
         codes=(${(f)"$(${words[1]} $projector --timeout 500 list --format codes 2>/dev/null)"})
         compadd -M 'm:{a-z}={A-Z}' -a codes

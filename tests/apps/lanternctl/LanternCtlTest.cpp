@@ -95,7 +95,7 @@ TEST_F(LanternCtl, SaysWhyItDidNot)
         {{"fly"},
          2,
          "",
-         "lanternctl: no such command \"fly\"; one of: get, set, info, list, watch, modules, call, "
+         "lanternctl: no such command \"fly\"; one of: get, set, info, list, watch, modules, call, send, "
          "completion "
          "(see lanternctl --help)\n"},
         {{"set", "NME", "-x"},
@@ -282,14 +282,16 @@ TEST_F(LanternCtl, PeopleGetUnitsAndNothingThatSteersTheirTerminal)
 TEST_F(LanternCtl, CompletionOffersWhatFits)
 {
     const std::pair<std::string, std::string> rows[] = {
-        {"''", "get set info list watch modules call completion"},
-        {"se", "set"},
+        {"''", "get set info list watch modules call send completion"},
+        {"se", "set send"},
         {"list --fo", "--format"},
         {"list --format c", "codes"},
         {"--port @ set l", "LHM LUM"}, // of the projector that the line names
         {"--port @ get LUM B", "BRI"},
         {"--port @ set LUM B", ""},
-        {"--port 1 get L", ""}, // nobody there
+        {"--port 1 get L", ""},            // nobody there
+        {"--port @ --ipc /run get L", ""}, // nobody to ask
+        {"--serial /dev/tty0 : 9600 se", "set send"},
     };
     for (const auto& [line, words] : rows)
     {

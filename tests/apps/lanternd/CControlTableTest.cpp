@@ -34,7 +34,7 @@ protected:
         }
         catch (const CException& error)
         {
-            const std::string text = error.GetMessage();
+            const std::string& text = error.GetMessage();
             EXPECT_EQ(text.rfind(path + ": ", 0), 0u) << text;
             return text.substr(std::min(text.size(), path.size() + 2));
         }
