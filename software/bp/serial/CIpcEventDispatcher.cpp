@@ -76,8 +76,7 @@ CIpcEventDispatcher::~CIpcEventDispatcher()
     mDispatcher.SetIpcServer(nullptr);
 }
 
-// --- Clients and their bytes
-// ----------------------------------------------------------------------------------
+// --- Clients and their bytes -------------------------------------------------------------------------------
 
 void CIpcEventDispatcher::ProcessEvents()
 {
@@ -232,8 +231,7 @@ void CIpcEventDispatcher::Drop(std::uint64_t tag) noexcept
     mConnections.erase(found);
 }
 
-// --- Messages
-// -------------------------------------------------------------------------------------------------
+// --- Messages ----------------------------------------------------------------------------------------------
 
 void CIpcEventDispatcher::HandleMessage(CIpcMessage& message, std::list<CIpcMessage>& replies)
 {
@@ -354,8 +352,7 @@ CProjCon* CIpcEventDispatcher::FindControl(const std::string& code, CallerLevel 
     return nullptr;
 }
 
-// --- Registrations and notifications
-// --------------------------------------------------------------------------
+// --- Registrations and notifications -----------------------------------------------------------------------
 
 SIpcRegistration CIpcEventDispatcher::ProcessNotificationRequests(const CIpcMessage& message)
 {

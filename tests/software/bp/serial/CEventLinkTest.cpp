@@ -256,8 +256,7 @@ TEST_F(CEventLinkTest, ALinkThatIsNotReadyFailsTheAttempt)
     EXPECT_EQ(link.mTries, 3) << "once it is ready it stays so";
 }
 
-// --- Over sockets
-// ---------------------------------------------------------------------------------------------
+// --- Over sockets ------------------------------------------------------------------------------------------
 
 namespace
 {
