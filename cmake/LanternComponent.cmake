@@ -10,6 +10,8 @@ endif()
 if(LANTERN_SANITIZE)
     target_compile_options(lantern_build_flags INTERFACE
         -fsanitize=${LANTERN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    # g++ takes what the instrumentation adds inside the standard library for uninitialised variables.
+    target_compile_options(lantern_build_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(lantern_build_flags INTERFACE -fsanitize=${LANTERN_SANITIZE})
 endif()
 

@@ -68,14 +68,14 @@ CTcpLink::CTcpLink(const std::string& host, unsigned short port, std::chrono::mi
 
 Json::Value CTcpLink::Get(const std::string& code)
 {
-    return Request(code, "control:get", CodeParameter(code));
+    return RequestMembers(code, "control:get", CodeParameter(code));
 }
 
 Json::Value CTcpLink::Set(const std::string& code, const Json::Value& value)
 {
     Json::Value parameters = CodeParameter(code);
     parameters["value"] = value;
-    return Request(code, "control:set", parameters);
+    return RequestMembers(code, "control:set", parameters);
 }
 
 std::optional<CControlInfo> CTcpLink::Describe(const std::string& code, ENeed need)
@@ -158,6 +158,15 @@ Json::Value CTcpLink::Request(const std::string& subject, const std::string& met
     if (reply.isMember("error"))
         throw CCommandFailure(EExitCode::Refused, subject + ": " + DescribeError(reply["error"]));
     return reply["result"];
+}
+
+Json::Value CTcpLink::RequestMembers(const std::string& code, const std::string& method,
+                                     const Json::Value& parameters)
+{
+    Json::Value members = Request(code, method, parameters);
+    if (!members.isObject())
+        NWait::FailConnection(mName + " answered something other than the members of a control");
+    return members;
 }
 
 void CTcpLink::Connect()

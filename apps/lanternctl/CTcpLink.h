@@ -34,6 +34,9 @@ public:
 private:
     /// @param subject  what a refusal is about, in front of its text
     Json::Value Request(const std::string& subject, const std::string& method, const Json::Value& parameters);
+    /// A request about one control, whose answer is the members of an object.
+    Json::Value RequestMembers(const std::string& code, const std::string& method,
+                               const Json::Value& parameters);
     void Connect();
     void Send(const Json::Value& request);
     void Sort(const Json::Value& message);

@@ -1,6 +1,8 @@
 // Settings of the JSON library in one place.
 #include "apps/lanternctl/NJsonDocument.h"
 
+#include "software/utility/NUtf8.h"
+
 #include <algorithm>
 #include <exception>
 #include <json/reader.h>
@@ -42,6 +44,11 @@ std::string NJsonDocument::Pretty(const Json::Value& value)
 
 bool NJsonDocument::Parse(const std::string& text, Json::Value& value, std::string& problem)
 {
+    if (!NUtf8::IsStorable(text)) // the reader would pass the bytes on to the terminal
+    {
+        problem = "it is not UTF-8 text";
+        return false;
+    }
     Json::CharReaderBuilder builder;
     Json::CharReaderBuilder::strictMode(&builder.settings_);
     builder["strictRoot"] = false;

@@ -36,26 +36,15 @@ Json::Value ValueOf(const CProjCon& control)
     return control.GetValue();
 }
 
-// The control itself looks at the length of these two alone, and its proxy is not asked while values are
-// restored.
-bool HasFormOf(EDisplayType type, const std::string& text) noexcept
-{
-    switch (type)
-    {
-    case eDisplayDate: return NDateTime::IsDate(text);
-    case eDisplayTime: return NDateTime::IsTime(text);
-    default: return true;
-    }
-}
-
-// A value that the control would cut to something else does not fit either.
+// A value that the control would cut to something else does not fit either, and the proxy, which knows dates
+// and times, is not asked while values are restored.
 bool RestoreText(CProjCon& control, const Json::Value& value)
 {
     if (!value.isString())
         return false;
     const std::string text = value.asString();
     std::string limited = text;
-    return NUtf8::IsStorable(text) && HasFormOf(control.GetDisplayType(), text) &&
+    return NUtf8::IsStorable(text) && NDateTime::HasFormOf(control.GetDisplayType(), text) &&
            control.LimitText(limited, eChangeNoApply) == eErrorNone && limited == text &&
            control.SetText(text, eChangeNoApply) == eErrorNone;
 }
@@ -249,6 +238,9 @@ void CControlStore::Stop()
         Save();
     mSaver.Stop();
     TakeOutcome();
+    if (mHasFailed) // what was said of a later try holds no longer
+        mLog.LogError("Control values that changed are lost: %s keeps those that it held before",
+                      mPath.c_str());
 }
 
 std::string CControlStore::Print() const

@@ -3,6 +3,7 @@
 
 #include "apps/lanternd/CJsonMembers.h"
 #include "apps/lanternd/NJsonFile.h"
+#include "software/bp/hwlogic/NDateTime.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
 #include "software/bp/serial/NAsciiCodeUtils.h"
@@ -85,9 +86,13 @@ Control MakeText(const SMaking& making)
     const bool readOnly = members.TakeBool("readOnly", false);
     const int minimum = isFixed ? 0 : members.TakeInt("min", 0, kLongestText);
     const int maximum = isFixed ? 0 : members.TakeInt("max", minimum, kLongestText);
+    const std::string initial = members.TakeText("default");
+    if (!NDateTime::HasFormOf(making.mType, initial)) // the control looks at its length alone
+        members.Refuse("default", making.mType == eDisplayDate ? "must be a date such as 2026-01-31"
+                                                               : "must be a time such as 23:59:59");
     return std::make_unique<CProjCon>(making.mType, making.mDispatcher, making.mProxy, making.mCode,
-                                      persistent, minimum, maximum, members.TakeText("default"),
-                                      TakeAccess(members), making.mNameId, making.mHelpId, readOnly);
+                                      persistent, minimum, maximum, initial, TakeAccess(members),
+                                      making.mNameId, making.mHelpId, readOnly);
 }
 
 SListEntry TakeEntry(const Json::Value& object, const std::string& place)

@@ -68,6 +68,12 @@ bool IsUsableId(const Json::Value& id)
     return id.isString() || id.isNumeric() || id.isNull();
 }
 
+bool IsAnswered(const Json::Value& request)
+{
+    const Json::Value* const id = request.isObject() ? FindMember(request, "id") : nullptr;
+    return id != nullptr && IsUsableId(*id);
+}
+
 Json::Value MakeReply(const Json::Value& id)
 {
     Json::Value reply(Json::objectValue);
@@ -174,12 +180,18 @@ bool Handler::ProcessBatch(Json::Value& batch, Json::Value& response, int client
         return true;
     }
     bool isComplete = true;
+    std::size_t size = 0;
     for (Json::Value& request : batch)
     {
         Json::Value reply;
-        isComplete = ProcessRequest(request, reply, clientId) && isComplete;
-        if (!reply.isNull())
-            response.append(std::move(reply)); // null until then: a batch of notifications has no reply
+        if (size > kMaxBatchReply && IsAnswered(request))
+            reply = MakeError(request["id"], kInternalError);
+        else
+            isComplete = ProcessRequest(request, reply, clientId) && isComplete;
+        if (reply.isNull())
+            continue;
+        size += GetString(reply).size();
+        response.append(std::move(reply)); // null until then: a batch of notifications has no reply
     }
     return isComplete;
 }

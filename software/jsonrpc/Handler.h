@@ -5,6 +5,7 @@
 
 #include <json/value.h>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -26,7 +27,7 @@ enum EProtocolError : int
     eParseError = -32700,     ///< "Parse error"
     eInvalidRequest = -32600, ///< "Invalid Request"
     eMethodNotFound = -32601, ///< "Method not found"
-    eInternalError = -32603,  ///< "Internal error": the method threw
+    eInternalError = -32603,  ///< "Internal error": the method threw, or the batch's reply is too long
 };
 
 /// Holds the methods by name and runs requests. Members of a request besides "jsonrpc", "id" and "method" are
@@ -67,10 +68,13 @@ public:
     using FailureObserver = std::function<void(const std::string& method, const char* text)>;
     void SetFailureObserver(FailureObserver observer) { mFailureObserver = std::move(observer); }
 
-    static constexpr int kMaxDepth = 64;         ///< of arrays and objects in each other
-    /// Requests in a batch; a longer one is one "Invalid Request". The whole of its reply is held in memory, and
-    /// nobody else is served meanwhile, so that one text must not ask for thousands of large replies.
+    static constexpr int kMaxDepth = 64; ///< of arrays and objects in each other
+    /// Requests in a batch; a longer one is one "Invalid Request". The whole of its reply is held in memory,
+    /// and nobody else is served meanwhile, so that one text must not ask for thousands of large replies.
     static constexpr unsigned kMaxBatch = 256;
+    /// Bytes of text. Once the replies of a batch are longer, its further requests that have an "id" are not
+    /// run but answered "Internal error": how large a reply is, its method alone knows.
+    static constexpr std::size_t kMaxBatchReply = std::size_t{1} << 20;
 
 private:
     class CCall;

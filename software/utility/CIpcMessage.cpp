@@ -8,14 +8,16 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 
 namespace
 {
 constexpr char kSource[] = "software/utility/CIpcMessage";
 
-constexpr std::size_t kCodeSize = 3;    // characters
-constexpr std::size_t kSubCodeSize = 4; // characters
-constexpr std::size_t kMinDigits = 3;   // display width of a number
+constexpr std::size_t kCodeSize = 3;                                        // characters
+constexpr std::size_t kSubCodeSize = 4;                                     // characters
+constexpr std::size_t kMinDigits = 3;                                       // display width of a number
+constexpr std::size_t kMaxDecimal = std::numeric_limits<int>::digits10 + 2; // digits and a sign
 
 // Offsets in the header that a receiver needs before it reads the header as a whole.
 constexpr std::size_t kMagicSize = 2;
@@ -76,15 +78,10 @@ CIpcMessage& CIpcMessage::operator=(const CIpcMessage& other)
     return *this;
 }
 
-void CIpcMessage::SetFlag(EMessageFlag flag, bool on) noexcept
-{
-    mHeader.mFlags = static_cast<std::uint16_t>(on ? mHeader.mFlags | flag : mHeader.mFlags & ~flag);
-}
-
-void CIpcMessage::SetCode(const std::string& code)
+void CIpcMessage::SetCode(std::string_view code)
 {
     if (code.size() != kCodeSize)
-        throw CException(__func__, kSource, __LINE__, false, "Invalid code %s", code.c_str());
+        throw CException(__func__, kSource, __LINE__, false, "Invalid code %s", std::string(code).c_str());
     mHeader.mCode = Pack(code);
 }
 
@@ -93,10 +90,11 @@ std::string CIpcMessage::GetCode() const
     return Unpack(mHeader.mCode, kCodeSize);
 }
 
-void CIpcMessage::SetSubCode(const std::string& subCode)
+void CIpcMessage::SetSubCode(std::string_view subCode)
 {
     if (!subCode.empty() && subCode.size() != kSubCodeSize)
-        throw CException(__func__, kSource, __LINE__, false, "Invalid subcode %s", subCode.c_str());
+        throw CException(__func__, kSource, __LINE__, false, "Invalid subcode %s",
+                         std::string(subCode).c_str());
     mHeader.mSubCode = Pack(subCode);
 }
 
@@ -113,13 +111,15 @@ void CIpcMessage::CopyHeader(const CIpcMessage& other)
 
 void CIpcMessage::AddArg(unsigned short key, int value, EParmFlags flags, unsigned char modifier)
 {
-    std::string text = std::to_string(value);
-    const std::size_t digits = text.size() - (value < 0 ? 1 : 0);
+    char text[kMaxDecimal];
+    const char* const end = std::to_chars(text, text + sizeof text, value).ptr;
+    const auto length = static_cast<std::size_t>(end - text);
+    const std::size_t digits = length - (value < 0 ? 1 : 0);
     SArg& arg = MakeArg(key);
     arg.mFlags = flags != eParmText ? static_cast<std::uint8_t>(flags)
                                     : static_cast<std::uint8_t>(eParmNumber | std::max(digits, kMinDigits));
     arg.mModifier = modifier;
-    arg.mValue = std::move(text);
+    arg.mValue.assign(text, length);
 }
 
 void CIpcMessage::AddArg(unsigned short key, const std::string& text, unsigned char modifier)
@@ -140,12 +140,30 @@ CIpcMessage::SArg& CIpcMessage::MakeArg(unsigned short key)
     if (mArgs.size() >= kMaxArgs)
         throw CException("AddArg", kSource, __LINE__, false,
                          "Unable to add new message parameter.  MaxNumParms exceeded (%d)", key);
-    return mArgs[key];
+    return PutArg(key);
+}
+
+// The argument with this key, new if there is none.
+CIpcMessage::SArg& CIpcMessage::PutArg(unsigned short key)
+{
+    if (mArgs.empty() || mArgs.back().mKey < key)
+    {
+        mArgs.emplace_back().mKey = key;
+        return mArgs.back();
+    }
+    const auto place = std::lower_bound(mArgs.begin(), mArgs.end(), key, IsBefore);
+    if (place->mKey == key)
+        return *place;
+    SArg arg;
+    arg.mKey = key;
+    return *mArgs.insert(place, std::move(arg));
 }
 
 void CIpcMessage::RemoveArg(unsigned short key)
 {
-    mArgs.erase(key);
+    const auto place = std::lower_bound(mArgs.begin(), mArgs.end(), key, IsBefore);
+    if (place != mArgs.end() && place->mKey == key)
+        mArgs.erase(place);
 }
 
 void CIpcMessage::ClearArgs()
@@ -157,8 +175,8 @@ void CIpcMessage::ClearArgs()
 
 const CIpcMessage::SArg* CIpcMessage::FindArg(unsigned short key) const
 {
-    const auto entry = mArgs.find(key);
-    return entry == mArgs.end() ? nullptr : &entry->second;
+    const auto place = std::lower_bound(mArgs.begin(), mArgs.end(), key, IsBefore);
+    return place == mArgs.end() || place->mKey != key ? nullptr : &*place;
 }
 
 bool CIpcMessage::GetArg(unsigned short key, std::string& value) const
@@ -208,9 +226,9 @@ bool CIpcMessage::IsTextArg(unsigned short key) const
 
 void CIpcMessage::SetCharDelimiter(unsigned short key)
 {
-    const auto entry = mArgs.find(key);
-    if (entry != mArgs.end())
-        entry->second.mFlags |= eParmDelimiter;
+    const auto place = std::lower_bound(mArgs.begin(), mArgs.end(), key, IsBefore);
+    if (place != mArgs.end() && place->mKey == key)
+        place->mFlags |= eParmDelimiter;
 }
 
 bool CIpcMessage::GetFirstArg(unsigned short& key, std::string& value) const
@@ -224,12 +242,13 @@ bool CIpcMessage::GetNextArg(unsigned short& key, std::string& value) const
     constexpr std::uint32_t kLastKey = 0xFFFF;
     if (mCursor > kLastKey)
         return false;
-    const auto entry = mArgs.lower_bound(static_cast<unsigned short>(mCursor));
-    mCursor = entry == mArgs.end() ? kLastKey + 1 : std::uint32_t{entry->first} + 1;
+    const auto entry =
+        std::lower_bound(mArgs.begin(), mArgs.end(), static_cast<unsigned short>(mCursor), IsBefore);
+    mCursor = entry == mArgs.end() ? kLastKey + 1 : std::uint32_t{entry->mKey} + 1;
     if (entry == mArgs.end())
         return false;
-    key = entry->first;
-    value = entry->second.mValue;
+    key = entry->mKey;
+    value = entry->mValue;
     return true;
 }
 
@@ -247,8 +266,8 @@ void CIpcMessage::MakeReply(unsigned short address)
 std::size_t CIpcMessage::GetSerializedSize() const
 {
     std::size_t size = kHeaderSize;
-    for (const auto& entry : mArgs)
-        size += kArgExtraSize + entry.second.mValue.size();
+    for (const SArg& arg : mArgs)
+        size += kArgExtraSize + arg.mValue.size();
     return size;
 }
 
@@ -272,11 +291,11 @@ unsigned int CIpcMessage::SerializeMessage(unsigned char*& out)
         writer.PutLe16(mHeader.mSecondWord);
         writer.PutLe16(mHeader.mArgCount);
         writer.PutLe16(mHeader.mLength);
-        for (const auto& [key, arg] : mArgs)
+        for (const SArg& arg : mArgs)
         {
             writer.Put8(arg.mFlags);
             writer.Put8(arg.mModifier);
-            writer.PutLe16(key);
+            writer.PutLe16(arg.mKey);
             writer.PutText(arg.mValue);
             writer.Put8(0);
         }
@@ -303,7 +322,7 @@ bool CIpcMessage::DeserializeMessage(const unsigned char* bytes, const char* sen
     const unsigned char* at = bytes + kHeaderSize;
     for (std::uint16_t i = 0; i < mHeader.mArgCount; ++i)
     {
-        SArg& arg = mArgs[NByteOrder::GetLe16(at + 2)]; // a later one with the same key wins
+        SArg& arg = PutArg(NByteOrder::GetLe16(at + 2)); // a later one with the same key wins
         arg.mFlags = at[0];
         arg.mModifier = at[1];
         arg.mValue = reinterpret_cast<const char*>(at + kArgHeaderSize);
@@ -359,11 +378,11 @@ std::string CIpcMessage::GetMsgAsString(const CIpcMessage& message)
         line += '?';
     else if (message.HasFlag(eFlagReply))
         line += '!';
-    for (const auto& [key, arg] : message.mArgs)
+    for (const SArg& arg : message.mArgs)
     {
         int number = 0;
         line += ' ';
-        line += message.GetArg(key, number) ? std::to_string(number) : arg.mValue;
+        line += message.GetArg(arg.mKey, number) ? std::to_string(number) : arg.mValue;
     }
     return line;
 }

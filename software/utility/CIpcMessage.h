@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -62,13 +61,16 @@ public:
     std::uint16_t GetFlags() const noexcept { return mHeader.mFlags; }
     void SetFlags(std::uint16_t flags) noexcept { mHeader.mFlags = flags; }
     bool HasFlag(EMessageFlag flag) const noexcept { return (mHeader.mFlags & flag) != 0; }
-    void SetFlag(EMessageFlag flag, bool on = true) noexcept;
+    void SetFlag(EMessageFlag flag, bool on = true) noexcept
+    {
+        mHeader.mFlags = static_cast<std::uint16_t>(on ? mHeader.mFlags | flag : mHeader.mFlags & ~flag);
+    }
 
     /// @throws CException "Invalid code %s" unless it has exactly 3 characters
-    void SetCode(const std::string& code);
+    void SetCode(std::string_view code);
     std::string GetCode() const;
     /// @throws CException "Invalid subcode %s" unless it has exactly 4 characters, or none for no sub-code
-    void SetSubCode(const std::string& subCode);
+    void SetSubCode(std::string_view subCode);
     std::string GetSubCode() const; ///< empty for none
 
     unsigned short GetSource() const noexcept { return mSource; }
@@ -150,13 +152,18 @@ private:
     };
     struct SArg
     {
+        unsigned short mKey = 0;
         std::uint8_t mFlags = eParmText;
         std::uint8_t mModifier = 0;
         std::string mValue;
     };
-    using CArgs = std::map<unsigned short, SArg>;
+    // Ascending by key. Most messages have few arguments and get them in order, so that adding one is putting
+    // it behind the others; a message that is used again takes nothing from the heap for them.
+    using CArgs = std::vector<SArg>;
 
+    static bool IsBefore(const SArg& arg, unsigned short key) noexcept { return arg.mKey < key; }
     SArg& MakeArg(unsigned short key);
+    SArg& PutArg(unsigned short key);
     const SArg* FindArg(unsigned short key) const;
     std::size_t GetSerializedSize() const;
 

@@ -5,20 +5,25 @@
 #include "software/utility/CMonotonicClockLowRes.h"
 #include "software/utility/CRepeatFilter.h"
 #include "software/utility/CRotatingFile.h"
+#include "software/utility/NPosix.h"
 #include "software/utility/NUtf8.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <stdexcept>
 #include <vector>
+
+#include <poll.h>
+#include <unistd.h>
 
 #include <spdlog/logger.h>
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/base_sink.h>
-#include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/syslog_sink.h>
 
 namespace
@@ -29,15 +34,34 @@ constexpr char kEllipsis[] = "...";
 
 using CSinks = std::vector<spdlog::sink_ptr>;
 
-class CFileSink : public spdlog::sinks::base_sink<std::mutex>
+// Writes to standard error without ever waiting for whoever reads it: a pipe that nobody empties, or a
+// terminal that was stopped, must not stop the program. Steps of one page fit whenever there is room at all.
+// @returns how much was taken
+std::size_t WriteToConsole(std::string_view text)
 {
-public:
-    explicit CFileSink(const SLogOptions& options)
-        : mFile(options.mFile, options.mFileSize, options.mOldFiles)
+    std::size_t written = 0;
+    while (written < text.size())
     {
+        pollfd console{STDERR_FILENO, POLLOUT, 0};
+        if (::poll(&console, 1, 0) != 1 || (console.revents & POLLOUT) == 0)
+            break;
+        const std::size_t step = std::min<std::size_t>(text.size() - written, PIPE_BUF);
+        const ssize_t count =
+            NPosix::RetryOnInterrupt([&] { return ::write(STDERR_FILENO, text.data() + written, step); });
+        if (count <= 0)
+            break;
+        written += static_cast<std::size_t>(count);
     }
+    return written;
+}
 
+// Counts the lines that could not be written, and says so in their place when lines can be written again.
+class CCountingSink : public spdlog::sinks::base_sink<std::mutex>
+{
 protected:
+    /// @throws std::exception when it was not written
+    virtual void WriteText(std::string_view line) = 0;
+
     void sink_it_(const spdlog::details::log_msg& message) override
     {
         try
@@ -60,7 +84,7 @@ private:
     {
         spdlog::memory_buf_t line;
         formatter_->format(message, line);
-        mFile.Write({line.data(), line.size()});
+        WriteText({line.data(), line.size()});
     }
 
     void ReportLost(const spdlog::details::log_msg& next)
@@ -72,9 +96,39 @@ private:
         mLost = 0;
     }
 
-    CRotatingFile mFile;
     std::size_t mLost = 0;
     std::string mReason;
+};
+
+class CFileSink : public CCountingSink
+{
+public:
+    explicit CFileSink(const SLogOptions& options)
+        : mFile(options.mFile, options.mFileSize, options.mOldFiles)
+    {
+    }
+
+private:
+    void WriteText(std::string_view line) override { mFile.Write(line); }
+
+    CRotatingFile mFile;
+};
+
+class CConsoleSink : public CCountingSink
+{
+    void WriteText(std::string_view line) override
+    {
+        if (mIsCut && WriteToConsole("\n") == 0)
+            throw std::runtime_error(kNoReader);
+        mIsCut = false;
+        const std::size_t written = WriteToConsole(line);
+        mIsCut = written > 0 && written < line.size();
+        if (written < line.size())
+            throw std::runtime_error(kNoReader);
+    }
+
+    static constexpr char kNoReader[] = "standard error took no more";
+    bool mIsCut = false; // the last line ended in the middle
 };
 
 template <typename TSink, typename... TArguments>
@@ -89,7 +143,7 @@ CSinks MakeSinks(const SLogOptions& options)
 {
     CSinks sinks;
     if (options.mToConsole)
-        AddSink<spdlog::sinks::stderr_sink_mt>(sinks, kLinePattern, "\n");
+        AddSink<CConsoleSink>(sinks, kLinePattern, "\n");
     if (!options.mFile.empty())
         AddSink<CFileSink>(sinks, kLinePattern, "\n", options);
     if (options.mToSyslog)
@@ -146,7 +200,7 @@ struct CLogger::SImpl
         mSpdlog.set_level(spdlog::level::trace); // ours decides
         mSpdlog.flush_on(spdlog::level::warn);
         mSpdlog.set_error_handler([](const std::string& text)
-                                  { std::fprintf(stderr, "Unable to log: %s\n", text.c_str()); });
+                                  { WriteToConsole("Unable to log: " + text + '\n'); });
     }
 
     void Emit(ELogLevel level, std::string_view text)

@@ -12,9 +12,10 @@
 class IMonotonicClock;
 
 /// Writes lines "DATE TIME NAME LEVEL: TEXT". A text is one line whatever it holds: control characters and
-/// bytes that are not UTF-8 are shown as \n or \xNN. A line that cannot be written (full medium) is counted,
-/// told on standard error once, and told in its place when lines can be written again; nothing is thrown. Any
-/// thread may log; errno stays as it was.
+/// bytes that are not UTF-8 are shown as \n or \xNN. A line that cannot be written (full medium, a reader of
+/// standard error that does not read) is counted, told on standard error once, and told in its place when
+/// lines can be written again; nothing is thrown, and neither file nor console is ever waited for. Any thread
+/// may log; errno stays as it was.
 class CLogger : public ILog
 {
 public:

@@ -31,6 +31,16 @@ std::uint64_t TagOf(std::uint32_t id)
     return std::uint64_t{id} + 1;
 }
 
+std::uint32_t IdOf(std::uint64_t tag)
+{
+    return static_cast<std::uint32_t>(tag - 1);
+}
+
+const char* FindNul(const char* begin, const char* end)
+{
+    return static_cast<const char*>(std::memchr(begin, '\0', static_cast<std::size_t>(end - begin)));
+}
+
 // Small replies leave at once, and a peer that vanished without a word is noticed: asked after a minute of
 // silence, then every quarter of one, and given up after as long without any answer.
 struct SOption
@@ -157,16 +167,20 @@ void CJsonRpcTcpServer::WaitMessage(unsigned timeoutMs)
         return;
     const CWalk walk(*this);
     WatchListener();
-    mSelect.Wait(LimitToPause(timeoutMs));
+    mSelect.Wait(LimitToPause(mBacklog.empty() ? timeoutMs : 0));
+    std::uint64_t nextTag = 0; // of those whose turn is still to come
     // By index and by value: a new connection may move the list.
     for (std::size_t i = 0; i < mSelect.GetReady().size(); ++i)
     {
         const CSelectWrapper::SReady ready = mSelect.GetReady()[i];
+        ServeBacklog(nextTag, ready.mTag);
         if (ready.mTag == kListenerTag)
             AcceptWaiting();
         else
             ServeClient(ready);
+        nextTag = ready.mTag + 1;
     }
+    ServeBacklog(nextTag, UINT64_MAX);
     Purge();
 }
 
@@ -184,12 +198,7 @@ void CJsonRpcTcpServer::Recv(ClientList::iterator position)
         Doom(client);
         return;
     }
-    TakeBytes(client, mBuffer.data(), mBuffer.data() + received);
-    if (client.mDoomed)
-        return;
-    if (!client.mWatchesWrite)
-        Flush(client);
-    Charge(client);
+    TakeInput(client, static_cast<std::size_t>(received));
 }
 
 void CJsonRpcTcpServer::Send(unsigned id, const std::string& text)
@@ -279,7 +288,7 @@ CJsonRpcTcpServer::ESend CJsonRpcTcpServer::TrySend(unsigned id, const std::stri
             errno = error;
             return ESend::Failed;
         }
-        WatchWrite(*client, true);
+        Watch(*client, client->mWatchesRead, true);
         Charge(*client);
         break;
     }
@@ -384,7 +393,7 @@ void CJsonRpcTcpServer::AddClient(CDescriptor socket)
 
 void CJsonRpcTcpServer::ServeClient(const CSelectWrapper::SReady& ready)
 {
-    const auto found = mClientsById.find(static_cast<std::uint32_t>(ready.mTag - 1));
+    const auto found = mClientsById.find(IdOf(ready.mTag));
     if (found == mClientsById.end())
         return; // closed earlier in this pass
     const ClientList::iterator position = found->second;
@@ -394,38 +403,102 @@ void CJsonRpcTcpServer::ServeClient(const CSelectWrapper::SReady& ready)
         Flush(client);
         Charge(client);
     }
-    if (ready.mReadable && !client.mDoomed)
+    if (client.mDoomed)
+        return;
+    if (!client.mWatchesRead) // a hang-up is reported all the same, and seen when the rest has run
+        GoOn(client);
+    else if (ready.mReadable)
         Recv(position);
 }
 
-void CJsonRpcTcpServer::TakeBytes(SJsonRpcClient& client, const char* begin, const char* end)
+// Gives each client of the backlog whose tag lies in the range its turn.
+void CJsonRpcTcpServer::ServeBacklog(std::uint64_t firstTag, std::uint64_t endTag)
 {
-    const auto left = [&] { return static_cast<std::size_t>(end - begin); };
-    while (const void* const found = std::memchr(begin, '\0', left()))
+    // Looked up anew each time: a method may close any client.
+    for (auto next = mBacklog.lower_bound(firstTag); next != mBacklog.end() && *next < endTag;
+         next = mBacklog.lower_bound(firstTag))
     {
-        const char* const nul = static_cast<const char*>(found);
-        if (client.mPending.empty()) // the usual case: nothing is copied
-        {
-            RunMessage(client, begin, nul);
-        }
-        else
-        {
-            client.mPending.append(begin, nul);
-            RunMessage(client, client.mPending.data(), client.mPending.data() + client.mPending.size());
-            Empty(client.mPending);
-        }
-        if (client.mDoomed)
-            return;
-        begin = nul + 1;
-        if (begin == end)
-            return;
+        firstTag = *next + 1;
+        GoOn(*Find(IdOf(*next)));
     }
+}
+
+// What stands in the receive buffer, and what is left of it.
+void CJsonRpcTcpServer::TakeInput(SJsonRpcClient& client, std::size_t size)
+{
+    const char* const end = mBuffer.data() + size;
+    const char* const rest = RunMessages(client, mBuffer.data(), end);
+    if (client.mDoomed)
+        return;
+    if (rest != end)
+        HoldBack(client, rest, end);
+    else if (!client.mWatchesRead)
+        ReadAgain(client);
+    if (!client.mWatchesWrite)
+        Flush(client);
+    Charge(client);
+}
+
+// Runs one whole message after the other until the quantum is used up, and keeps a part of one at the end.
+// A message that stands alone, which is the usual case, costs no look at the clock.
+// @returns the first byte that was not taken, or the end
+const char* CJsonRpcTcpServer::RunMessages(SJsonRpcClient& client, const char* begin, const char* end)
+{
+    using Clock = std::chrono::steady_clock;
+    const char* nul = FindNul(begin, end);
+    const char* next = nul == nullptr ? nullptr : FindNul(nul + 1, end);
+    const Clock::time_point limit = next == nullptr ? Clock::time_point() : Clock::now() + kQuantum;
+    while (nul != nullptr)
+    {
+        TakeMessage(client, begin, nul);
+        begin = nul + 1;
+        if (client.mDoomed || (next != nullptr && Clock::now() >= limit))
+            return begin;
+        nul = next;
+        next = nul == nullptr ? nullptr : FindNul(nul + 1, end);
+    }
+    KeepPending(client, begin, end);
+    return end;
+}
+
+void CJsonRpcTcpServer::TakeMessage(SJsonRpcClient& client, const char* begin, const char* nul)
+{
+    if (client.mPending.empty()) // the usual case: nothing is copied
+        return RunMessage(client, begin, nul);
+    client.mPending.append(begin, nul);
+    RunMessage(client, client.mPending.data(), client.mPending.data() + client.mPending.size());
+    Empty(client.mPending);
+}
+
+void CJsonRpcTcpServer::KeepPending(SJsonRpcClient& client, const char* begin, const char* end)
+{
     client.mPending.append(begin, end);
     if (client.mPending.size() <= kMaxPending)
         return;
     mLog.Log("Terminating connection, bad message framing from %s [ID:%d]", client.mName.c_str(),
              static_cast<int>(client.mId));
     Doom(client);
+}
+
+// Nothing is pending here, because a message has just ended.
+void CJsonRpcTcpServer::HoldBack(SJsonRpcClient& client, const char* begin, const char* end)
+{
+    client.mPending.assign(begin, end);
+    mBacklog.insert(TagOf(client.mId));
+    Watch(client, false, client.mWatchesWrite);
+}
+
+void CJsonRpcTcpServer::GoOn(SJsonRpcClient& client)
+{
+    const std::size_t size = client.mPending.copy(mBuffer.data(), mBuffer.size()); // all: it was one read
+    client.mPending.clear();
+    TakeInput(client, size);
+}
+
+void CJsonRpcTcpServer::ReadAgain(SJsonRpcClient& client)
+{
+    mBacklog.erase(TagOf(client.mId));
+    Watch(client, true, client.mWatchesWrite);
 }
 
 void CJsonRpcTcpServer::RunMessage(SJsonRpcClient& client, const char* begin, const char* end)
@@ -483,18 +556,19 @@ void CJsonRpcTcpServer::Flush(SJsonRpcClient& client)
                 client.mOutput.erase(0, client.mOutputSent);
                 client.mOutputSent = 0;
             }
-            return WatchWrite(client, true);
+            return Watch(client, client.mWatchesRead, true);
         }
         client.mOutputSent += static_cast<std::size_t>(step);
     }
     DropOutput(client);
 }
 
-void CJsonRpcTcpServer::WatchWrite(SJsonRpcClient& client, bool write)
+void CJsonRpcTcpServer::Watch(SJsonRpcClient& client, bool read, bool write)
 {
-    if (client.mWatchesWrite == write)
+    if (client.mWatchesRead == read && client.mWatchesWrite == write)
         return;
-    mSelect.Watch(client.mSocket.Get(), TagOf(client.mId), true, write);
+    mSelect.Watch(client.mSocket.Get(), TagOf(client.mId), read, write);
+    client.mWatchesRead = read;
     client.mWatchesWrite = write;
 }
 
@@ -511,7 +585,7 @@ void CJsonRpcTcpServer::DropOutput(SJsonRpcClient& client)
 {
     Empty(client.mOutput);
     client.mOutputSent = 0;
-    WatchWrite(client, false);
+    Watch(client, client.mWatchesRead, false);
 }
 
 void CJsonRpcTcpServer::Recount(SJsonRpcClient& client)
@@ -579,6 +653,7 @@ void CJsonRpcTcpServer::Remove(ClientList::iterator position)
     mSelect.Remove(client.mSocket.Get());
     client.mSocket.Reset();
     mClientsById.erase(client.mId);
+    mBacklog.erase(TagOf(client.mId));
     mRemoved.splice(mRemoved.end(), mClients, position);
     mIsFull = false;
     ResumeListener();

@@ -15,6 +15,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -29,6 +30,10 @@ class ILog;
 /// segment cost one send. What a socket does not take waits, in order; above `kMaxOutput` bytes the client is
 /// purged, because a cut message would break its framing for good. The kernel drops a peer that acknowledges
 /// nothing for `kPeerTimeoutMs`.
+///
+/// Each client has one turn in a pass: what it sent in one read, of which no further message is begun after
+/// `kQuantum`. The rest is held back for the next pass, and nothing more is read from the client until then,
+/// so that one with many costly requests delays the others by that much and not by all of them.
 ///
 /// A method or a notification may close any client, the one that is being served included.
 class CJsonRpcTcpServer : public Json::Rpc::Server
@@ -46,6 +51,7 @@ public:
     static constexpr std::size_t kMaxPending = 500000; ///< bytes of one message that is not whole
     static constexpr std::size_t kMaxOutput = std::size_t{4} << 20; ///< bytes that wait for one client
     static constexpr unsigned kPeerTimeoutMs = 60000;
+    static constexpr std::chrono::microseconds kQuantum{1000}; ///< of a client in one pass
 
     /// @param address  IPv4 address to bind to, see `Bind`
     /// @param port     0 takes a free one
@@ -58,7 +64,8 @@ public:
     /// second has passed.
     /// @returns false when the server does not listen or the system has no connection for it
     bool Accept();
-    /// One pass: waits for activity, accepts, receives and purges. A call from within a method does nothing.
+    /// One pass: waits for activity, accepts, receives and purges. It does not wait when input was held back.
+    /// A call from within a method does nothing.
     void WaitMessage(unsigned timeoutMs);
     /// Sends one text and a NUL, after the replies that wait for the client, and never a part of it only:
     /// what the socket does not take at once follows before anything else.
@@ -99,7 +106,8 @@ protected:
     /// A client was closed and removed; called before the observers. Not called by this class's destructor.
     virtual void OnClientGone(unsigned id);
 
-    /// Reads once from a client and runs every message that became whole. Not from within a method.
+    /// Reads once from a client and runs the messages that became whole, as far as its quantum reaches. Not
+    /// from within a method.
     void Recv(ClientList::iterator position);
 
     enum class ESend
@@ -126,11 +134,18 @@ private:
     unsigned LimitToPause(unsigned timeoutMs);
     void AddClient(CDescriptor socket);
     void ServeClient(const CSelectWrapper::SReady& ready);
-    void TakeBytes(SJsonRpcClient& client, const char* begin, const char* end);
+    void ServeBacklog(std::uint64_t firstTag, std::uint64_t endTag);
+    void TakeInput(SJsonRpcClient& client, std::size_t size);
+    const char* RunMessages(SJsonRpcClient& client, const char* begin, const char* end);
+    void TakeMessage(SJsonRpcClient& client, const char* begin, const char* nul);
+    void KeepPending(SJsonRpcClient& client, const char* begin, const char* end);
+    void HoldBack(SJsonRpcClient& client, const char* begin, const char* end);
+    void GoOn(SJsonRpcClient& client);
+    void ReadAgain(SJsonRpcClient& client);
     void RunMessage(SJsonRpcClient& client, const char* begin, const char* end);
     void AppendReply(SJsonRpcClient& client, const Json::Value& response);
     void Flush(SJsonRpcClient& client);
-    void WatchWrite(SJsonRpcClient& client, bool write);
+    void Watch(SJsonRpcClient& client, bool read, bool write);
     void FailOutput(SJsonRpcClient& client, int error);
     void DropOutput(SJsonRpcClient& client);
     void Recount(SJsonRpcClient& client);
@@ -146,6 +161,7 @@ private:
     ILog& mLog;
     ClientList mClients;
     std::unordered_map<std::uint32_t, ClientList::iterator> mClientsById;
+    std::set<std::uint64_t> mBacklog;  // tags; their input was held back and goes on in the next pass
     std::vector<std::uint32_t> mPurge; // ids
     ClientList mRemoved;               // still held by a walk
     unsigned mWalks = 0;

@@ -16,7 +16,9 @@ struct SJsonRpcClient
 
     std::size_t GetUnsent() const noexcept { return mOutput.size() - mOutputSent; } ///< bytes
 
-    std::string mPending;                    ///< bytes since the last NUL, not yet a whole message
+    /// Bytes since the last NUL, not yet a whole message. While the input is held back, all that was read
+    /// behind the message that ran last, less than one read.
+    std::string mPending;
     CDescriptor mSocket;                     ///< closed as soon as the client is removed from the list
     const std::uint32_t mId;                 ///< never used again within the process
     const std::string mName;                 ///< address-port, for example 10.1.2.3-51234
@@ -25,6 +27,7 @@ struct SJsonRpcClient
     std::string mOutput;         ///< replies and rests of notifications; sent from `mOutputSent` on
     std::size_t mOutputSent = 0; ///< bytes of `mOutput` that the socket took
     std::size_t mCharged = 0;    ///< bytes counted against the budget of all clients
+    bool mWatchesRead = true;    ///< not while the input is held back
     bool mWatchesWrite = false;  ///< the socket took less than it was given
     bool mDoomed = false;        ///< on the purge list: nothing is read, run or sent any more
     int mSendError = 0;          ///< errno of the failed send after which nothing is sent any more

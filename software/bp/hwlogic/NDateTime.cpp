@@ -48,3 +48,13 @@ bool NDateTime::IsTime(std::string_view text) noexcept
     return text.size() == 8 && text[2] == ':' && text[5] == ':' && IsWithin(NumberAt(text, 0, 2), 0, 23) &&
            IsWithin(NumberAt(text, 3, 2), 0, 59) && IsWithin(NumberAt(text, 6, 2), 0, 59);
 }
+
+bool NDateTime::HasFormOf(EDisplayType type, std::string_view text) noexcept
+{
+    switch (type)
+    {
+    case eDisplayDate: return IsDate(text);
+    case eDisplayTime: return IsTime(text);
+    default: return true;
+    }
+}

@@ -12,8 +12,9 @@ class CCommPort
 {
 public:
     static constexpr unsigned kDefaultBaud = 115200;
-    static constexpr int kNothingYet = -1;               ///< of `Read`
-    static constexpr std::size_t kMaxOutput = 64 * 1024; ///< bytes kept for a port that takes none
+    static constexpr int kNothingYet = -1; ///< of `Read`
+    static constexpr std::size_t kMaxOutput =
+        std::size_t{64} * 1024; ///< bytes kept for a port that takes none
 
     /// Opens a terminal device: raw, 8 data bits, no parity, one stop bit, no flow control, for us alone.
     /// @throws CException "Unsupported baud rate %u", "Unable to open serial port %s",

@@ -14,7 +14,8 @@ namespace
 {
 // A half message is always shorter than the longest whole one, so there is always room for a read behind it.
 constexpr std::size_t kInputSize = CIpcMessage::kMaxSize + CIpcConnection::kReadSize;
-constexpr std::size_t kKeptOutput = 64 * 1024; // bytes of an empty output buffer that stay allocated
+constexpr std::size_t kKeptOutput =
+    std::size_t{64} * 1024; // bytes of an empty output buffer that stay allocated
 
 bool WouldBlock(int systemError) noexcept
 {

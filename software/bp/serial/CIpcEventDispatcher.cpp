@@ -19,8 +19,9 @@ namespace
 {
 constexpr std::uint64_t kListenerTag = 0;
 constexpr std::uint64_t kFirstConnectionTag = 1;
-constexpr int kMaxAccepts = 64;               // a pass
-constexpr std::size_t kFlushSize = 16 * 1024; // bytes of replies that are joined before they are sent
+constexpr int kMaxAccepts = 64; // a pass
+constexpr std::size_t kFlushSize =
+    std::size_t{16} * 1024; // bytes of replies that are joined before they are sent
 constexpr std::size_t kMaxQuoted = NIpcSocket::kMaxName; // bytes of a foreign text in a refusal
 
 CIpcMessage MakeReplyTo(const CIpcMessage& message)

@@ -208,7 +208,8 @@ void CIpcNotifier::SendTo(const std::string& address, SOutgoing& outgoing)
     mSelect.Watch(open.mSocket.Get(), open.mTag, true, true);
 }
 
-// By copy: the handler may remove its recipient.
+// By copy: the handler may remove its recipient, and itself with it.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void CIpcNotifier::CallLocal(const std::string& address, LocalHandler handler,
                              const CIpcMessage& notification)
 {

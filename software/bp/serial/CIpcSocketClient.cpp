@@ -64,7 +64,7 @@ CIpcSocketClient::CIpcSocketClient(const char* uniqueName, const std::string& ru
 
 CIpcSocketClient::~CIpcSocketClient()
 {
-    Disconnect();
+    CIpcSocketClient::Disconnect();
 }
 
 bool CIpcSocketClient::Send(CIpcMessage& message, unsigned timeoutMs)

@@ -1,7 +1,9 @@
 // Two views of the same subscriptions: by code, for a change, and by address, for a departure.
 #include "software/bp/serial/CNotificationManager.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <limits>
 
 namespace
 {
@@ -25,7 +27,8 @@ bool CNotificationManager::NotifyRegister(const std::string& code, const std::st
         RecipientList& list = mRecipients[code].ListFor(address);
         subscription->second = list.insert(list.end(), SNotifyInfo{address, 0});
     }
-    ++subscription->second->mCount;
+    int& count = subscription->second->mCount;
+    count = std::min(count, std::numeric_limits<int>::max() - 1) + 1; // some 80000 fit into one request
     return true;
 }
 

@@ -32,7 +32,6 @@ constexpr auto kThreeDigits = static_cast<EParmFlags>(eParmNumber | 3);
 constexpr auto kFiveDigits = static_cast<EParmFlags>(eParmNumber | 5);
 
 constexpr char kDefaultUser[] = "Default User";
-constexpr char kLogInCode[] = "UID";
 constexpr char kKeyCode[] = "KEY";
 constexpr char kErrorCode[] = "ERR";
 
@@ -41,34 +40,24 @@ constexpr char kNak = '^';
 
 // What a text must hold only behind a backslash; the double quote ends it, the backslash starts an escape.
 constexpr std::string_view kOnlyEscaped = "()\x0A\x11\x13";
+constexpr std::string_view kTextControls = "\"\\";
 
-enum class EReserved
-{
-    None,
-    LogIn,
-    Notify,
-    Request, // whatever it looks like
-    Ignored,
-};
-struct SReserved
-{
-    std::string_view mCode;
-    EReserved mMeaning;
-};
-constexpr SReserved kReserved[] = {
-    {kLogInCode, EReserved::LogIn}, {NIpcMsgUtil::kRegistrationCode, EReserved::Notify},
-    {"DGN", EReserved::Request},    {"TST", EReserved::Request},
-    {"EVT", EReserved::Request},    {"BST", EReserved::Request},
-    {"FYI", EReserved::Ignored},    {kErrorCode, EReserved::Ignored},
-};
+constexpr std::size_t kBytes = 256;
 
-EReserved FindReserved(const CIpcMessage& message)
+// Whether a byte of a text stands for itself.
+constexpr std::array<bool, kBytes> MakePlain()
 {
-    const std::string code = message.GetCode();
-    const auto found = std::find_if(std::begin(kReserved), std::end(kReserved),
-                                    [&](const SReserved& r) { return r.mCode == code; });
-    return found == std::end(kReserved) ? EReserved::None : found->mMeaning;
+    std::array<bool, kBytes> plain{};
+    for (bool& isPlain : plain)
+        isPlain = true;
+    for (const std::string_view set : {kOnlyEscaped, kTextControls})
+    {
+        for (const char c : set)
+            plain[static_cast<unsigned char>(c)] = false;
+    }
+    return plain;
 }
+constexpr std::array<bool, kBytes> kPlain = MakePlain();
 
 struct SErrorForm
 {
@@ -179,9 +168,47 @@ ERxResult CVarnholtSerialParser::UpdateRxd()
         Enter(ERxState::Waiting);
     if (!HasInput() && !FillBuffer())
         return mRxResult;
-    while (HasInput() && mRxResult == ERxResult::Busy)
-        TakeByte(static_cast<char>(mRxBuffer[mRxRead++]));
+    const unsigned char* at = mRxBuffer.data() + mRxRead;
+    const unsigned char* const end = mRxBuffer.data() + mRxFilled;
+    while (at != end && mRxResult == ERxResult::Busy)
+    {
+        if (mRxState == ERxState::Text)
+            at = TakePlainText(at, end);
+        else if (mRxState == ERxState::Number && mAccumulated != 0)
+            at = TakeDigits(at, end);
+        if (at != end)
+            TakeByte(static_cast<char>(*at++));
+    }
+    mRxRead = static_cast<std::size_t>(at - mRxBuffer.data());
     return mRxResult;
+}
+
+// Digits and texts are most of a line. What just goes on in one is taken as a whole, as far as there is room;
+// the byte behind it is for the states.
+const unsigned char* CVarnholtSerialParser::TakeDigits(const unsigned char* at, const unsigned char* end)
+{
+    std::size_t count = mAccumulated;
+    std::uint8_t sum = mChecksum;
+    for (; at != end && count < kMaxAccumulated - 1 && NSerialText::IsDigit(static_cast<char>(*at)); ++at)
+    {
+        mAccumulator[count++] = static_cast<char>(*at);
+        sum = static_cast<std::uint8_t>(sum + *at);
+    }
+    mAccumulated = count;
+    mChecksum = sum;
+    return at;
+}
+
+const unsigned char* CVarnholtSerialParser::TakePlainText(const unsigned char* at, const unsigned char* end)
+{
+    const unsigned char* const start = at;
+    const unsigned char* const limit = std::min(end, at + (kMaxText - mText.size()));
+    std::uint8_t sum = mChecksum;
+    for (; at != limit && kPlain[*at]; ++at)
+        sum = static_cast<std::uint8_t>(sum + *at);
+    mText.append(reinterpret_cast<const char*>(start), static_cast<std::size_t>(at - start));
+    mChecksum = sum;
+    return at;
 }
 
 bool CVarnholtSerialParser::FillBuffer()
@@ -245,7 +272,8 @@ void CVarnholtSerialParser::OnCode(char byte)
         return StartMessage();
     if (mAccumulated == kCodeSize)
     {
-        mMessage.SetCode(std::string(GetAccumulated()));
+        mCode = FindSerialCode(GetAccumulated());
+        mMessage.SetCode(GetAccumulated());
         mMessage.SetSubCode("");
         return OnParmStart(byte);
     }
@@ -260,7 +288,7 @@ void CVarnholtSerialParser::OnSubCode(char byte)
         return StartMessage();
     if (mAccumulated == kSubCodeSize)
     {
-        mMessage.SetSubCode(std::string(GetAccumulated()));
+        mMessage.SetSubCode(GetAccumulated());
         return OnParmStart(byte);
     }
     if (byte == ')')
@@ -319,7 +347,7 @@ void CVarnholtSerialParser::OnText(char byte)
         return EndText();
     if (byte == '\\')
         return Enter(ERxState::Escape);
-    if (kOnlyEscaped.find(byte) != std::string_view::npos)
+    if (!kPlain[static_cast<unsigned char>(byte)])
         return SyntaxError("escape expected", static_cast<unsigned char>(byte));
     AppendText(byte);
 }
@@ -350,7 +378,10 @@ void CVarnholtSerialParser::OnHexLow(char byte)
 // Drops what there is of another message.
 void CVarnholtSerialParser::StartMessage()
 {
-    mMessage = CIpcMessage();
+    mMessage.ClearArgs();
+    mMessage.SetFlags(0);
+    mMessage.SetDestination(CIpcMessage::kNoAddress);
+    mMessage.SetSource(CIpcMessage::kNoAddress);
     mAccumulated = 0;
     mSeparated = false;
     mTextRefused = false;
@@ -376,11 +407,15 @@ void CVarnholtSerialParser::AccumulateDigit(char byte)
 // A number that nothing separates from what stands before it is marked, so that it is sent back the same way.
 bool CVarnholtSerialParser::EndNumber()
 {
+    const std::string_view text = GetAccumulated();
+    if (text.empty() && mModifier == 0) // a NUL is no letter
+        return true;
     if (!CheckArgCount())
         return false;
-    const std::string_view text = GetAccumulated();
     const std::size_t signs = !text.empty() && text.front() == '-' ? 1 : 0;
-    const std::size_t digits = std::min<std::size_t>(text.size() - signs, eParmWidthMask);
+    // Without a digit and without a modifier nothing would be written for it, and what follows move up.
+    const std::size_t least = mModifier == 0 ? 1 : 0;
+    const std::size_t digits = std::clamp<std::size_t>(text.size() - signs, least, eParmWidthMask);
     const std::size_t count = mMessage.GetNumArgs();
     const bool isGlued = !mSeparated && (mModifier != 0 || count == 0);
     const unsigned kind = isGlued ? eParmNumber | eParmDelimiter : eParmNumber;
@@ -540,7 +575,7 @@ bool CVarnholtSerialParser::TakeChecksum()
 void CVarnholtSerialParser::RxdPreProcessMsg()
 {
     const bool isForUsAlone = !mMessage.HasFlag(eFlagNotAddressed) && mMessage.GetDestination() == mAddress;
-    if (isForUsAlone || mTextRefused || FindReserved(mMessage) == EReserved::LogIn)
+    if (isForUsAlone || mTextRefused || mCode == ESerialCode::LogIn)
         return;
     const unsigned char targets = NSerialRouting::GetTargets(mRouting, mPort->GetNumber());
     if (targets == 0)
@@ -573,7 +608,7 @@ void CVarnholtSerialParser::Acknowledge(bool success)
 
 bool CVarnholtSerialParser::HandleMessage()
 {
-    if (FindReserved(mMessage) == EReserved::Ignored)
+    if (mCode == ESerialCode::Ignored)
         return true;
     if (mMessage.HasFlag(eFlagReply) && !mMessage.HasFlag(eFlagRequest))
         return ExtReply(&mMessage);
@@ -601,14 +636,13 @@ bool CVarnholtSerialParser::IsRefused(bool isCommand)
 
 bool CVarnholtSerialParser::ExtCommand(CIpcMessage* command)
 {
-    const EReserved reserved = FindReserved(*command);
-    if (reserved == EReserved::LogIn)
+    if (mCode == ESerialCode::LogIn)
         return HandleUserLogin(command);
-    if (reserved == EReserved::Request)
+    if (mCode == ESerialCode::Request)
         return ExtRequest(command);
-    if (IsRefused(reserved != EReserved::Notify))
+    if (IsRefused(mCode != ESerialCode::Registration))
         return false;
-    if (reserved == EReserved::Notify)
+    if (mCode == ESerialCode::Registration)
         return HandleNotificationRequests(*command);
 
     CIpcMessage reply;
@@ -625,7 +659,7 @@ bool CVarnholtSerialParser::ExtCommand(CIpcMessage* command)
 
 bool CVarnholtSerialParser::ExtRequest(CIpcMessage* request)
 {
-    if (FindReserved(*request) == EReserved::LogIn)
+    if (mCode == ESerialCode::LogIn)
         return HandleUserLogin(request);
     if (IsRefused(false))
         return false;

@@ -4,6 +4,7 @@
 #include "software/bp/serial/CSerialParser.h"
 #include "software/bp/serial/ENetworkRouting.h"
 #include "software/bp/serial/ERemoteAccess.h"
+#include "software/bp/serial/ESerialCode.h"
 #include "software/include/EError.h"
 #include "software/utility/CIpcMessage.h"
 #include "software/utility/CTimer.h"
@@ -99,6 +100,8 @@ private:
 
     ERxResult UpdateRxd();
     bool FillBuffer();
+    const unsigned char* TakeDigits(const unsigned char* at, const unsigned char* end);
+    const unsigned char* TakePlainText(const unsigned char* at, const unsigned char* end);
     void TakeByte(char byte);
     void Enter(ERxState state) noexcept { mRxState = state; }
 
@@ -164,11 +167,12 @@ private:
     std::string mText;
     int mHexHigh = 0;
     unsigned char mModifier = 0;
-    bool mSeparated = false;        // white space stood in front of what comes
-    bool mTextRefused = false;      // one of the texts can not be stored
-    std::uint8_t mChecksum = 0;     // of all bytes behind the "("
-    std::uint8_t mChecksumHere = 0; // snapshot in front of the latest number
-    CIpcMessage mMessage;           // the one that arrives or is being handled
+    bool mSeparated = false;                  // white space stood in front of what comes
+    bool mTextRefused = false;                // one of the texts can not be stored
+    std::uint8_t mChecksum = 0;               // of all bytes behind the "("
+    std::uint8_t mChecksumHere = 0;           // snapshot in front of the latest number
+    CIpcMessage mMessage;                     // the one that arrives or is being handled
+    ESerialCode mCode = ESerialCode::Control; // of it
     std::array<unsigned char, kReceiveBuffer> mRxBuffer{};
     std::size_t mRxRead = 0;
     std::size_t mRxFilled = 0;

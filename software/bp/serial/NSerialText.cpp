@@ -3,9 +3,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
+#include <charconv>
 #include <iterator>
 #include <limits>
+#include <system_error>
 
 namespace
 {
@@ -47,17 +48,11 @@ int NSerialText::HexToBin(char c) noexcept
 
 int NSerialText::ParseNumber(std::string_view text) noexcept
 {
-    constexpr std::int64_t kHighest = std::numeric_limits<std::int32_t>::max();
-    const bool isNegative = !text.empty() && text.front() == '-';
-    const std::int64_t limit = isNegative ? kHighest + 1 : kHighest;
-    std::int64_t number = 0;
-    for (const char c : text.substr(isNegative ? 1 : 0))
-    {
-        if (!IsDigit(c))
-            break;
-        number = std::min(number * 10 + (c - '0'), limit);
-    }
-    return static_cast<int>(isNegative ? -number : number);
+    int number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc::result_out_of_range)
+        return number;
+    return text.front() == '-' ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
 }
 
 char NSerialText::Unescape(char letter) noexcept

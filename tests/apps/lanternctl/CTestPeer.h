@@ -14,9 +14,9 @@
 #include <utility>
 
 /// A TCP socket with a port of its own on loopback.
-struct CBoundSocket
+struct SBoundSocket
 {
-    CBoundSocket()
+    SBoundSocket()
         : mSocket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
         sockaddr_in address{};
@@ -83,7 +83,7 @@ private:
     }
 
     const std::string mAnswer;
-    CBoundSocket mListener;
+    SBoundSocket mListener;
     std::atomic<bool> mIsEnding{false};
     std::thread mThread;
 };

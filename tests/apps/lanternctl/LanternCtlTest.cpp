@@ -321,6 +321,7 @@ TEST(LanternCtlPeer, AnyAnswerEndsInAnExitCode)
     };
     const SRow rows[] = {
         {"not JSON", "HTTP/1.1 400 Bad Request" + nul, 3, " does not speak JSON-RPC: "},
+        {"not UTF-8", "{\"result\":\"\xFF\x9B\"}" + nul, 3, " does not speak JSON-RPC: it is not UTF-8"},
         {"too deep", std::string(100'000, '[') + nul, 3, " does not speak JSON-RPC: "},
         {"never the reply", notification, 3, "no answer from "},
         {"reply to another request", R"({"id":77,"result":{}})" + nul, 3, "no answer from "},
@@ -339,5 +340,20 @@ TEST(LanternCtlPeer, AnyAnswerEndsInAnExitCode)
         EXPECT_EQ(process.Wait(), row.mExitCode);
         EXPECT_THAT(process.GetErrors(), HasSubstr(row.mErrors));
         EXPECT_EQ(process.GetOutput(), row.mExitCode == 0 ? "LUM\n" : "");
+    }
+}
+
+TEST(LanternCtlPeer, AnswerAboutOneControlMustHaveMembers)
+{
+    const std::vector<std::string> commands[] = {{"get", "LUM"}, {"--json", "get", "LUM"}};
+    for (const std::vector<std::string>& command : commands)
+    {
+        CTestPeer peer(std::string(R"({"id":1,"result":["LUM"]})") + '\0');
+        std::vector<std::string> arguments = {"--port", peer.GetPort(), "--timeout", "300"};
+        arguments.insert(arguments.end(), command.begin(), command.end());
+        CCtlProcess process(arguments);
+        EXPECT_EQ(process.Wait(), 3);
+        EXPECT_THAT(process.GetErrors(), HasSubstr("something other than the members of a control"));
+        EXPECT_EQ(process.GetOutput(), "");
     }
 }

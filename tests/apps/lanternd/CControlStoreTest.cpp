@@ -186,7 +186,8 @@ TEST_F(ControlStore, AFailureAtTheEndIsTold)
     mLight.SetValue(500);
     std::filesystem::remove_all(mFolder.GetPath());
     mStore->Stop();
-    EXPECT_EQ(CountLines(ELogLevel::Error), 1u);
+    EXPECT_TRUE(mLog.Has(ELogLevel::Error, "Control values that changed are lost: " + mPath +
+                                               " keeps those that it held before"));
 }
 
 TEST_F(ControlStore, ADamagedFileIsSetAside)

@@ -34,7 +34,7 @@ protected:
         }
         catch (const CException& error)
         {
-            const std::string text = error.GetMessage();
+            const std::string& text = error.GetMessage();
             EXPECT_EQ(text.rfind(path + ": ", 0), 0u) << text;
             return text.substr(std::min(text.size(), path.size() + 2));
         }
@@ -157,6 +157,10 @@ TEST_F(ControlTable, RefusesWithFileControlAndMember)
          "control NME: Invalid default string length 2 < a < 4"},
         {R"({"code": "IPA", "type": 306, "name": 1, "persistent": true, "default": "1.2.3.400"})",
          "control IPA: Add Control IPA invalid default value: 1.2.3.400.  Err: 104"},
+        {R"({"code": "DAT", "type": 304, "name": 1, "persistent": true, "default": "2026-02-30"})",
+         "control DAT: member \"default\" must be a date such as 2026-01-31"},
+        {R"({"code": "TIM", "type": 305, "name": 1, "persistent": true, "default": "24:00:00"})",
+         "control TIM: member \"default\" must be a time such as 23:59:59"},
         {R"({"code": "RST", "type": 500, "name": 1, "default": 0})",
          "control RST: member \"default\" is unknown, or of no use to this type"},
         {std::string(kLight) + "," + kLight, "control LUM: LUM Control already exists."},

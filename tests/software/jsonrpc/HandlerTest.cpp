@@ -222,6 +222,26 @@ TEST_F(HandlerTest, AnEndlessBatchIsOneRefusal)
     EXPECT_EQ(Run(batch + "]"), InvalidRequest());
 }
 
+TEST_F(HandlerTest, AShortBatchCannotCostAReplyWithoutEnd)
+{
+    constexpr std::size_t kWide = 8000; // bytes; each reply is a little longer
+    const std::string wide =
+        R"({"jsonrpc":"2.0","id":1,"method":"echo","params":")" + std::string(kWide, 'x') + R"("})";
+    const std::size_t enough = Handler::kMaxBatchReply / kWide + 1;
+    std::string batch = "[" + wide;
+    for (std::size_t i = 1; i < enough; ++i)
+        batch += "," + wide;
+    batch += R"(,{"jsonrpc":"2.0","id":"late","method":"echo"},{"jsonrpc":"2.0","method":"echo"},5])";
+    const std::string reply = Run(batch);
+    const std::string end = Error(-32603, "Internal error", "\"late\"") + "," + InvalidRequest() + "]";
+    ASSERT_GT(reply.size(), end.size());
+    EXPECT_EQ(reply.substr(reply.size() - end.size()), end);
+    const auto run =
+        static_cast<std::size_t>(mMethods.mCalls - 1); // the one without an id is run all the same
+    EXPECT_LT(run, enough);
+    EXPECT_GT(run * (kWide + 100), Handler::kMaxBatchReply);
+}
+
 TEST_F(HandlerTest, AMethodMayAnswerLaterAndMayRunOthers)
 {
     EXPECT_EQ(Run(R"({"jsonrpc":"2.0","id":1,"method":"later"})"), "");

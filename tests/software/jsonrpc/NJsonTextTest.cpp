@@ -60,11 +60,11 @@ private:
     Json::Value MakeString()
     {
         static const std::string kBytes(
-            "a\"\\/\b\f\n\r\t\0\x1F\x7F\x80\xBF\xC2\xE2\x82\xAC\xED\xA0\xF0\x9F\x98\xF4\xF8", 26);
+            "a\"\\/\b\f\n\r\t\0\x1F\x7F\x80\xBF\xC2\xE2\x82\xAC\xED\xA0\xF0\x9F\x98\xF4\xF8", 25);
         std::string bytes;
         for (int left = Below(12); left > 0; --left)
             bytes +=
-                Below(3) == 0 ? static_cast<char>(Below(256)) : kBytes[static_cast<std::size_t>(Below(26))];
+                Below(3) == 0 ? static_cast<char>(Below(256)) : kBytes[static_cast<std::size_t>(Below(25))];
         return Json::Value(bytes);
     }
 

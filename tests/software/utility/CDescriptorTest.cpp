@@ -28,7 +28,7 @@ TEST(Descriptor, ClosesWhatItOwnsExactlyOnce)
         CDescriptor b(second);
         a = std::move(b);
         EXPECT_FALSE(IsOpen(first));
-        EXPECT_FALSE(b.IsOpen());
+        EXPECT_FALSE(b.IsOpen()); // NOLINT(bugprone-use-after-move): it holds nothing any more
         CDescriptor& itself = a;
         a = std::move(itself);
         EXPECT_TRUE(a.IsOpen() && IsOpen(second));

@@ -2,6 +2,7 @@
 #include "software/utility/CLogger.h"
 
 #include "software/utility/CAtomicFile.h"
+#include "software/utility/CDescriptor.h"
 #include "software/utility/CException.h"
 #include "software/utility/NUtf8.h"
 #include "tests/support/CManualClock.h"
@@ -9,13 +10,17 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <future>
 #include <regex>
 #include <sstream>
 #include <thread>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace
 {
@@ -156,6 +161,49 @@ TEST_F(Logger, FullMediumCostsLinesButNeverThrows)
     EXPECT_EQ(lines[0], filling);
     EXPECT_EQ(lines[1].find("T error: 2 lines were lost: "), 0u) << lines[1];
     EXPECT_EQ(lines[2], "T info: last");
+}
+
+TEST_F(Logger, ConsoleThatNobodyReadsStopsNobody)
+{
+    int ends[2];
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    CDescriptor reader(ends[0]);
+    CDescriptor writer(ends[1]);
+    const CDescriptor console(::dup(STDERR_FILENO));
+    ::dup2(writer.Get(), STDERR_FILENO);
+    writer.Reset();
+
+    constexpr int kLines = 2000; // more than a pipe holds
+    SLogOptions options;
+    CLogger log("T", options);
+    std::future<void> logging = std::async(std::launch::async,
+                                           [&]
+                                           {
+                                               for (int i = 0; i < kLines; ++i)
+                                                   log.Log("%d %s", i, std::string(900, '\x01').c_str());
+                                           });
+    const bool isDone = logging.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+    std::string told;
+    const auto drain = [&]
+    {
+        std::string bytes(1 << 20, '\0');
+        const ssize_t count = ::read(reader.Get(), bytes.data(), bytes.size());
+        told.append(bytes, 0, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    };
+    while (logging.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+        drain();
+    drain();
+    log.Log("last");
+    drain();
+    ::dup2(console.Get(), STDERR_FILENO);
+
+    EXPECT_TRUE(isDone) << "a line waited for the reader";
+    EXPECT_NE(told.find("\n", told.find(" lines were lost: standard error took no more")), std::string::npos);
+    EXPECT_NE(told.find(" T info: last\n"), std::string::npos);
+    // Each line that was begun ends before the next.
+    std::istringstream in(told);
+    for (std::string line; std::getline(in, line);)
+        EXPECT_EQ(line.compare(0, 2, "20"), 0) << line;
 }
 
 TEST_F(Logger, UnusableFileIsRefusedAndChangesNothing)

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <deque>
 #include <optional>
+#include <thread>
 
 namespace
 {
@@ -45,10 +46,32 @@ class CJsonRpcTcpServerTest : public CJsonRpcFixture
 protected:
     CJsonRpcTcpServerTest() { AddEcho(); }
 
+    /// A method whose every call uses up a quantum.
+    void AddSlow()
+    {
+        AddMethod("slow",
+                  [this](const Json::Value& request, Json::Value& response)
+                  {
+                      ++mSlowCalls;
+                      std::this_thread::sleep_for(CJsonRpcTcpServer::kQuantum);
+                      response["id"] = request["id"];
+                      response["result"] = request["params"];
+                  });
+    }
+    /// Whether a pass waits for something to happen, instead of going on at once with what it has.
+    bool IsIdle()
+    {
+        const auto start = std::chrono::steady_clock::now();
+        mServer.WaitMessage(20);
+        return std::chrono::steady_clock::now() - start >= std::chrono::milliseconds(19);
+    }
+
     std::string LogLine(const std::string& what, const CRawClient& client, unsigned id)
     {
         return what + " " + client.GetName() + " [ID:" + std::to_string(id) + "]";
     }
+
+    int mSlowCalls = 0;
 };
 
 TEST_F(CJsonRpcTcpServerTest, AClientIsKnownFromItsConnectionToItsEnd)
@@ -380,6 +403,119 @@ TEST_F(CJsonRpcTcpServerTest, ObserversHearOfEveryClientThatGoes)
     EXPECT_EQ(gone, (std::vector<unsigned>{ids[0], ids[1], ids[2]}));
     EXPECT_TRUE(mLog.Has(ELogLevel::Error, "Not everything kept for JSON-RPC client [ID:" +
                                                std::to_string(ids[0]) + "] could be dropped: forgetful"));
+}
+
+TEST_F(CJsonRpcTcpServerTest, CostlyRequestsOfOneClientTakeTurnsWithTheOthers)
+{
+    AddSlow();
+    std::deque<CRawClient> clients; // both busy ones have a neighbour before and behind them
+    for (int i = 0; i < 5; ++i)
+    {
+        clients.emplace_back(mServer.GetPort());
+        Accepted(clients.back());
+    }
+    std::string requests;
+    std::string replies;
+    for (int i = 0; i < 4; ++i)
+    {
+        requests += WithNul(Request(i, "slow"));
+        replies += Echoed(i);
+    }
+    const std::string last = WithNul(Request(9, "echo"));
+    for (const std::size_t busy : {1U, 3U})
+        ASSERT_TRUE(clients[busy].Write(requests + last.substr(0, 20)));
+    for (int pass = 1; pass <= 4; ++pass)
+    {
+        SCOPED_TRACE(pass);
+        for (const std::size_t other : {0U, 2U, 4U})
+            ASSERT_TRUE(clients[other].WriteMessage(Request(pass, "echo")));
+        mServer.WaitMessage(10000);
+        EXPECT_EQ(mSlowCalls, 2 * pass);
+        for (const std::size_t other : {0U, 2U, 4U})
+        {
+            clients[other].Received().clear();
+            clients[other].Read();
+            EXPECT_EQ(clients[other].Received(), Echoed(pass));
+        }
+    }
+    EXPECT_TRUE(PumpUntil([&] { return mServer.GetPendingBytes() == 40; })) << "the rest is still pending";
+    EXPECT_TRUE(IsIdle());
+    for (const std::size_t busy : {1U, 3U})
+    {
+        ASSERT_TRUE(clients[busy].Write(last.substr(20)));
+        ASSERT_TRUE(PumpUntilReceived(clients[busy], replies.size() + Echoed(9).size()));
+        EXPECT_EQ(clients[busy].Received(), replies + Echoed(9));
+    }
+}
+
+TEST_F(CJsonRpcTcpServerTest, WhatIsHeldBackIsPendingButNoMessageThatIsTooLong)
+{
+    AddSlow();
+    CRawClient client(mServer.GetPort());
+    const unsigned id = Accepted(client);
+    const std::string requests = WithNul(Request(1, "slow")) + WithNul(Request(2, "slow"));
+    ASSERT_TRUE(client.Write(requests + std::string(1000, 'x')));
+    mServer.WaitMessage(10000);
+    EXPECT_EQ(mServer.GetPendingBytes(), requests.size() / 2 + 1000);
+    mServer.WaitMessage(10000);
+    EXPECT_EQ(mServer.GetPendingBytes(), 1000u);
+
+    std::size_t size = 1000;
+    ASSERT_TRUE(PumpUntil(
+        [&]
+        {
+            const std::size_t chunk = std::min<std::size_t>(4096, CJsonRpcTcpServer::kMaxPending - size);
+            if (chunk > 0 && client.Write(std::string(chunk, 'x')))
+                size += chunk;
+            return mServer.GetPendingBytes() == CJsonRpcTcpServer::kMaxPending;
+        }));
+    ASSERT_TRUE(client.Write("x"));
+    EXPECT_TRUE(PumpUntil([&] { return !mServer.IsClientConnected(id); }));
+}
+
+TEST_F(CJsonRpcTcpServerTest, WhatIsHeldBackGoesWithItsClient)
+{
+    AddSlow();
+    AddMethod("close",
+              [&](const Json::Value& request, Json::Value&) { mServer.ForceClose(request["fd"].asUInt()); });
+    struct SCase
+    {
+        const char* mName;
+        std::function<void(CRawClient& client, unsigned id)> mEnd;
+    };
+    const SCase cases[] = {
+        {"closed", [&](CRawClient&, unsigned id) { mServer.ForceClose(id); }},
+        {"all closed", [&](CRawClient&, unsigned) { mServer.Close(); }},
+        {"hung up", [&](CRawClient& client, unsigned) { client.Close(); }},
+        {"reset", [&](CRawClient& client, unsigned) { client.Abort(); }},
+        {"closed by what was held back", [](CRawClient&, unsigned) {}},
+        {"greediest",
+         [&](CRawClient&, unsigned id)
+         {
+             CJsonRpcTcpServer::SLimits limits = CJsonRpcTcpServer::kDefaultLimits;
+             limits.mMaxPendingBytes = 1;
+             mServer.SetLimits(limits);
+             mServer.Send(id, std::string(8000000, 'n')); // more than the socket takes
+             mServer.SetLimits(CJsonRpcTcpServer::kDefaultLimits);
+         }},
+    };
+    for (const SCase& row : cases)
+    {
+        SCOPED_TRACE(row.mName);
+        CRawClient client(mServer.GetPort(), 4096);
+        const unsigned id = Accepted(client);
+        ASSERT_TRUE(client.Write(WithNul(Request(1, "slow")) + WithNul(Request(2, "slow")) +
+                                 WithNul(Request(3, "close")) + WithNul(Request(4, "slow"))));
+        mSlowCalls = 0;
+        mServer.WaitMessage(10000);
+        ASSERT_EQ(mSlowCalls, 1);
+        ASSERT_GT(mServer.GetPendingBytes(), 0u);
+        row.mEnd(client, id);
+        EXPECT_TRUE(PumpUntil([&] { return !mServer.IsClientConnected(id); }));
+        EXPECT_LE(mSlowCalls, 2);
+        EXPECT_EQ(mServer.GetPendingBytes(), 0u);
+        EXPECT_TRUE(IsIdle());
+    }
 }
 
 TEST_F(CJsonRpcTcpServerTest, AWakeDescriptorEndsTheWait)

@@ -98,6 +98,8 @@ TEST(VarnholtSerialParser, TakesMessagesHoweverTheyAreCut)
         {"(NME \"\\h41\\H42\\h00\\b\\q\")", {"NME \"AB\x01q\""}},
         {"(ABC 99999999999 -99999999999 00000000000000000000000000000000000007)",
          {"ABC 2147483647/4b -2147483648/4b 7/5f"}},
+        {"(ABC - --)", {"ABC 0/41 0/41"}},
+        {std::string("(ABC 1\0002 \0)", 11), {"ABC 1/41 2/41"}},
         {"(DGN 1)", {"DGN? 1/41"}},
         {"(TST)(EVT)(BST!)", {"TST?", "EVT?"}},
         {"(FYI00001 \"x\")(ERR00101 \"x\")(ERR?)", {}},
