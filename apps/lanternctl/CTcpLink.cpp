@@ -88,7 +88,7 @@ std::optional<CControlInfo> CTcpLink::Describe(const std::string& code, ENeed ne
     // A soft range follows the projector's state, and is not in the list.
     if (need == ENeed::All && HasSoftRange(control->GetType()) &&
         control->GetAccessGroup() != eAccessProtected)
-        control->Merge(Request(code, "control:getProperties", CodeParameter(code)));
+        control->Merge(RequestMembers(code, "control:getProperties", CodeParameter(code)));
     return std::move(*control);
 }
 

@@ -74,8 +74,7 @@ CControlStore::CControlStore(CEventDispatcher& dispatcher, const std::string& pa
 {
 }
 
-// --- Restoring
-// -------------------------------------------------------------------------------------------------
+// --- Restoring ---------------------------------------------------------------------------------------------
 
 void CControlStore::Load()
 {
@@ -156,8 +155,7 @@ void CControlStore::RestoreOne(const std::string& code, const Json::Value& value
                     NJsonFile::PrintShort(value).c_str());
 }
 
-// --- Saving
-// ----------------------------------------------------------------------------------------------------
+// --- Saving ------------------------------------------------------------------------------------------------
 
 void CControlStore::Update()
 {

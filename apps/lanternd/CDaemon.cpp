@@ -140,7 +140,12 @@ void CDaemon::OpenJsonRpc(const SOptions& options)
         throw CException(__func__, kSource, __LINE__, false, "Unable to listen on %s port %u: %s",
                          options.mBindAddress.c_str(), unsigned{options.mPort}, NReason::Of(error).c_str());
     }
-    mServer->SetLimits({ChooseMaxClients(options.mMaxClients, mLog), options.mMaxPendingBytes});
+    CJsonRpcServer::SLimits limits;
+    limits.mMaxClients = ChooseMaxClients(options.mMaxClients, mLog);
+    limits.mMaxClientsPerPeer =
+        options.mMaxPerPeer > 0 ? options.mMaxPerPeer : std::max<std::size_t>(limits.mMaxClients / 2, 1);
+    limits.mMaxPendingBytes = options.mMaxPendingBytes;
+    mServer->SetLimits(limits);
     mControlMethods = std::make_unique<CC4jControl>(*mServer);
 }
 

@@ -71,6 +71,10 @@ void Declare(CLI::App& app, SOptions& options)
                    "Most connections at a time; default: what the limit on file descriptors allows")
         ->check(CLI::PositiveNumber)
         ->type_name("N");
+    app.add_option("--max-per-peer", options.mMaxPerPeer,
+                   "Most connections of one address; default: half of --max-clients")
+        ->check(CLI::PositiveNumber)
+        ->type_name("N");
     app.add_option("--max-pending", options.mMaxPendingBytes,
                    "Most bytes received or unsent, of all clients together")
         ->check(CLI::PositiveNumber)

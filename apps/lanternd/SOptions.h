@@ -20,6 +20,7 @@ struct SOptions
     std::string mConfigDir;                               ///< as installed, unless given
     std::string mLanguage = "en";                         ///< of names and help: texts.LANGUAGE.json
     std::size_t mMaxClients = 0;                          ///< 0: as many as there are file descriptors for
+    std::size_t mMaxPerPeer = 0;                          ///< 0: half of them
     std::size_t mMaxPendingBytes = std::size_t{64} << 20; ///< of all clients together
     std::vector<std::string> mSerialPorts;                ///< each "DEVICE", "DEVICE:BAUD" or "pty"
     int mAddress = CIpcMessage::kNoAddress;               ///< of this unit on the serial lines

@@ -5,6 +5,7 @@
 #include "software/utility/CMonotonicClockLowRes.h"
 #include "software/utility/CRepeatFilter.h"
 #include "software/utility/CRotatingFile.h"
+#include "software/utility/CSyslogSocket.h"
 #include "software/utility/NPosix.h"
 #include "software/utility/NUtf8.h"
 
@@ -19,20 +20,26 @@
 #include <vector>
 
 #include <poll.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <spdlog/logger.h>
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/base_sink.h>
-#include <spdlog/sinks/syslog_sink.h>
 
 namespace
 {
 constexpr char kLinePattern[] = "%Y-%m-%d %H:%M:%S.%e %n %l: %v";
-constexpr char kSyslogPattern[] = "%n: %v"; // the rest is syslog's own
+constexpr char kSyslogPattern[] = "%n: %v"; // behind what every line to the log daemon begins with
 constexpr char kEllipsis[] = "...";
 
 using CSinks = std::vector<spdlog::sink_ptr>;
+
+const IMonotonicClock& GetSystemClock()
+{
+    static const CMonotonicClockLowRes sClock; // slow on purpose: it wraps after more than a year
+    return sClock;
+}
 
 // Writes to standard error without ever waiting for whoever reads it: a pipe that nobody empties, or a
 // terminal that was stopped, must not stop the program. Steps of one page fit whenever there is room at all.
@@ -60,7 +67,7 @@ class CCountingSink : public spdlog::sinks::base_sink<std::mutex>
 {
 protected:
     /// @throws std::exception when it was not written
-    virtual void WriteText(std::string_view line) = 0;
+    virtual void WriteText(spdlog::level::level_enum level, std::string_view line) = 0;
 
     void sink_it_(const spdlog::details::log_msg& message) override
     {
@@ -84,7 +91,7 @@ private:
     {
         spdlog::memory_buf_t line;
         formatter_->format(message, line);
-        WriteText({line.data(), line.size()});
+        WriteText(message.level, {line.data(), line.size()});
     }
 
     void ReportLost(const spdlog::details::log_msg& next)
@@ -109,14 +116,14 @@ public:
     }
 
 private:
-    void WriteText(std::string_view line) override { mFile.Write(line); }
+    void WriteText(spdlog::level::level_enum, std::string_view line) override { mFile.Write(line); }
 
     CRotatingFile mFile;
 };
 
 class CConsoleSink : public CCountingSink
 {
-    void WriteText(std::string_view line) override
+    void WriteText(spdlog::level::level_enum, std::string_view line) override
     {
         if (mIsCut && WriteToConsole("\n") == 0)
             throw std::runtime_error(kNoReader);
@@ -129,6 +136,34 @@ class CConsoleSink : public CCountingSink
 
     static constexpr char kNoReader[] = "standard error took no more";
     bool mIsCut = false; // the last line ended in the middle
+};
+
+int ToSeverity(spdlog::level::level_enum level)
+{
+    switch (level)
+    {
+    case spdlog::level::debug: return LOG_DEBUG;
+    case spdlog::level::warn: return LOG_WARNING;
+    case spdlog::level::err: return LOG_ERR;
+    default: return LOG_INFO; // the others are not ours
+    }
+}
+
+class CSyslogSink : public CCountingSink
+{
+public:
+    explicit CSyslogSink(const SLogOptions& options)
+        : mSocket(options.mSyslogSocket, program_invocation_short_name, GetSystemClock())
+    {
+    }
+
+private:
+    void WriteText(spdlog::level::level_enum level, std::string_view line) override
+    {
+        mSocket.Write(ToSeverity(level), line);
+    }
+
+    CSyslogSocket mSocket;
 };
 
 template <typename TSink, typename... TArguments>
@@ -147,8 +182,7 @@ CSinks MakeSinks(const SLogOptions& options)
     if (!options.mFile.empty())
         AddSink<CFileSink>(sinks, kLinePattern, "\n", options);
     if (options.mToSyslog)
-        AddSink<spdlog::sinks::syslog_sink_mt>(sinks, kSyslogPattern, "", std::string(), LOG_PID, LOG_DAEMON,
-                                               true);
+        AddSink<CSyslogSink>(sinks, kSyslogPattern, "", options);
     return sinks;
 }
 
@@ -179,12 +213,6 @@ spdlog::level::level_enum ToSpdlog(ELogLevel level)
     case ELogLevel::Off: return spdlog::level::off;
     }
     return spdlog::level::info;
-}
-
-const IMonotonicClock& GetSystemClock()
-{
-    static const CMonotonicClockLowRes sClock; // slow on purpose: it wraps after more than a year
-    return sClock;
 }
 } // namespace
 

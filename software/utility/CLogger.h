@@ -13,9 +13,9 @@ class IMonotonicClock;
 
 /// Writes lines "DATE TIME NAME LEVEL: TEXT". A text is one line whatever it holds: control characters and
 /// bytes that are not UTF-8 are shown as \n or \xNN. A line that cannot be written (full medium, a reader of
-/// standard error that does not read) is counted, told on standard error once, and told in its place when
-/// lines can be written again; nothing is thrown, and neither file nor console is ever waited for. Any thread
-/// may log; errno stays as it was.
+/// standard error that does not read, a log daemon that was stopped) is counted, told on standard error once,
+/// and told in its place when lines can be written again; nothing is thrown, and neither file, console nor
+/// log daemon is ever waited for. Any thread may log; errno stays as it was.
 class CLogger : public ILog
 {
 public:

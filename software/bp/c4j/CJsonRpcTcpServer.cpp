@@ -6,6 +6,7 @@
 #include "software/utility/CException.h"
 #include "software/utility/NPosix.h"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -63,10 +64,29 @@ void SetOptions(int socket)
         (void)::setsockopt(socket, option.mLevel, option.mName, &option.mValue, sizeof option.mValue);
 }
 
-int AcceptFrom(int listener)
+struct SAccepted
 {
-    return NPosix::RetryOnInterrupt(
-        [=] { return ::accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC); });
+    CDescriptor mSocket;
+    std::uint32_t mPeer; // IPv4 address, network order
+};
+
+SAccepted AcceptFrom(int listener)
+{
+    sockaddr_in peer{};
+    socklen_t size = sizeof peer;
+    CDescriptor socket(NPosix::RetryOnInterrupt(
+        [&] {
+            return ::accept4(listener, reinterpret_cast<sockaddr*>(&peer), &size,
+                             SOCK_NONBLOCK | SOCK_CLOEXEC);
+        }));
+    return {std::move(socket), peer.sin_addr.s_addr};
+}
+
+std::string AddressText(std::uint32_t address)
+{
+    char text[INET_ADDRSTRLEN] = "";
+    ::inet_ntop(AF_INET, &address, text, sizeof text);
+    return text;
 }
 
 ssize_t SendSome(int socket, const char* bytes, std::size_t size)
@@ -144,8 +164,8 @@ bool CJsonRpcTcpServer::Accept()
 {
     if (GetSocket() < 0)
         return false;
-    CDescriptor socket(AcceptFrom(GetSocket()));
-    if (!socket.IsOpen())
+    SAccepted accepted = AcceptFrom(GetSocket());
+    if (!accepted.mSocket.IsOpen())
     {
         if (HasRunOut(errno))
             PauseListener(errno);
@@ -153,11 +173,8 @@ bool CJsonRpcTcpServer::Accept()
     }
     if (std::exchange(mHasRunOut, false))
         mLog.Log("JSON-RPC connections are accepted again");
-    if (mClients.size() < mLimits.mMaxClients)
-        AddClient(std::move(socket));
-    else if (!std::exchange(mIsFull, true))
-        mLog.LogWarning("JSON-RPC client limit of %zu reached; further connections are closed",
-                        mLimits.mMaxClients);
+    if (Admits(accepted.mPeer))
+        AddClient(std::move(accepted.mSocket), accepted.mPeer);
     return true;
 }
 
@@ -348,7 +365,7 @@ void CJsonRpcTcpServer::CloseWaiting()
     mReserve.Reset();
     for (int i = 0; i < kMaxAccepts; ++i)
     {
-        if (!CDescriptor(AcceptFrom(GetSocket())).IsOpen())
+        if (!AcceptFrom(GetSocket()).mSocket.IsOpen())
             break;
     }
     mReserve = OpenReserve();
@@ -372,11 +389,33 @@ unsigned CJsonRpcTcpServer::LimitToPause(unsigned timeoutMs)
     return timeoutMs;
 }
 
-void CJsonRpcTcpServer::AddClient(CDescriptor socket)
+// Says so once when there is none, and again only after there was some.
+bool CJsonRpcTcpServer::Admits(std::uint32_t peer)
+{
+    if (mClients.size() >= mLimits.mMaxClients)
+    {
+        if (!std::exchange(mIsFull, true))
+            mLog.LogWarning("JSON-RPC client limit of %zu reached; further connections are closed",
+                            mLimits.mMaxClients);
+        return false;
+    }
+    const auto found = mPeers.find(peer);
+    if (found == mPeers.end() || found->second.mClients < mLimits.mMaxClientsPerPeer)
+        return true;
+    if (!std::exchange(found->second.mIsFull, true))
+        mLog.LogWarning("JSON-RPC client limit of %zu for one address reached by %s; its further connections "
+                        "are closed",
+                        mLimits.mMaxClientsPerPeer, AddressText(peer).c_str());
+    return false;
+}
+
+void CJsonRpcTcpServer::AddClient(CDescriptor socket, std::uint32_t peer)
 {
     SetOptions(socket.Get());
+    while (mClientsById.count(SJsonRpcClient::mGlobalId) > 0) // of one that was there before ids began again
+        SJsonRpcClient::mGlobalId = SJsonRpcClient::NextId(SJsonRpcClient::mGlobalId);
     const auto position = mClients.insert(mClients.end(), std::make_unique<SJsonRpcClient>(socket.Release()));
-    const SJsonRpcClient& client = **position;
+    SJsonRpcClient& client = **position;
     try
     {
         mSelect.Add(client.mSocket.Get(), TagOf(client.mId));
@@ -388,7 +427,19 @@ void CJsonRpcTcpServer::AddClient(CDescriptor socket)
         return;
     }
     mClientsById.emplace(client.mId, position);
+    client.mPeer = peer;
+    ++mPeers[peer].mClients;
     LogClient("Accepted connection from", client);
+}
+
+void CJsonRpcTcpServer::ForgetPeer(std::uint32_t peer)
+{
+    const auto found = mPeers.find(peer);
+    if (found == mPeers.end())
+        return;
+    found->second.mIsFull = false;
+    if (--found->second.mClients == 0)
+        mPeers.erase(found);
 }
 
 void CJsonRpcTcpServer::ServeClient(const CSelectWrapper::SReady& ready)
@@ -655,6 +706,7 @@ void CJsonRpcTcpServer::Remove(ClientList::iterator position)
     mClientsById.erase(client.mId);
     mBacklog.erase(TagOf(client.mId));
     mRemoved.splice(mRemoved.end(), mClients, position);
+    ForgetPeer(client.mPeer);
     mIsFull = false;
     ResumeListener();
     TellGone(client.mId);

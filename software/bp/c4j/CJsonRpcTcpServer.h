@@ -39,14 +39,15 @@ class ILog;
 class CJsonRpcTcpServer : public Json::Rpc::Server
 {
 public:
-    using ClientList = std::list<std::unique_ptr<SJsonRpcClient>>; ///< ids ascend
+    using ClientList = std::list<std::unique_ptr<SJsonRpcClient>>; ///< in order of arrival
 
     struct SLimits
     {
-        std::size_t mMaxClients;      ///< connections above it are closed at once
-        std::size_t mMaxPendingBytes; ///< received and unsent, of all clients; the greediest is purged first
+        std::size_t mMaxClients = SIZE_MAX; ///< connections above it are closed at once
+        /// Received and unsent bytes of all clients; above it the greediest is purged.
+        std::size_t mMaxPendingBytes = std::size_t{64} << 20;
+        std::size_t mMaxClientsPerPeer = SIZE_MAX; ///< connections of one address, above 0; as `mMaxClients`
     };
-    static constexpr SLimits kDefaultLimits{SIZE_MAX, std::size_t{64} << 20};
 
     static constexpr std::size_t kMaxPending = 500000; ///< bytes of one message that is not whole
     static constexpr std::size_t kMaxOutput = std::size_t{4} << 20; ///< bytes that wait for one client
@@ -82,7 +83,7 @@ public:
     void ForceClose(unsigned id); ///< closes and removes one client at once; an unknown id does nothing
     void Close() override;        ///< closes and removes every client; the server goes on listening
 
-    void SetLimits(const SLimits& limits) noexcept { mLimits = limits; }
+    void SetLimits(const SLimits& limits) noexcept { mLimits = limits; }   ///< for what comes from now on
     std::size_t GetPendingBytes() const noexcept { return mPendingBytes; } ///< of all clients, as limited
 
     /// A descriptor of the host's that ends the wait of `WaitMessage` as soon as it is readable. Not owned;
@@ -132,7 +133,9 @@ private:
     void CloseWaiting();
     void ResumeListener();
     unsigned LimitToPause(unsigned timeoutMs);
-    void AddClient(CDescriptor socket);
+    bool Admits(std::uint32_t peer);
+    void AddClient(CDescriptor socket, std::uint32_t peer);
+    void ForgetPeer(std::uint32_t peer);
     void ServeClient(const CSelectWrapper::SReady& ready);
     void ServeBacklog(std::uint64_t firstTag, std::uint64_t endTag);
     void TakeInput(SJsonRpcClient& client, std::size_t size);
@@ -166,6 +169,13 @@ private:
     ClientList mRemoved;               // still held by a walk
     unsigned mWalks = 0;
 
+    struct SPeer
+    {
+        std::size_t mClients = 0;
+        bool mIsFull = false; // its limit was reached; logged
+    };
+    std::unordered_map<std::uint32_t, SPeer> mPeers; // by IPv4 address; who has a client
+
     CSelectWrapper mSelect;
     int mWatchedListener = -1;
     bool mListenerPaused = false;
@@ -174,7 +184,7 @@ private:
     bool mIsFull = false;    // the client limit was reached; logged
     CDescriptor mReserve;    // given up for a moment to close a connection that no descriptor is left for
 
-    SLimits mLimits = kDefaultLimits;
+    SLimits mLimits;
     std::size_t mPendingBytes = 0;
     std::map<unsigned, ClientGoneObserver> mGoneObservers;
     unsigned mNextObserver = 1;

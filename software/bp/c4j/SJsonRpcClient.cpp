@@ -5,6 +5,8 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include <utility>
+
 std::uint32_t SJsonRpcClient::mGlobalId = 1;
 
 namespace
@@ -24,7 +26,7 @@ std::string MakeName(int socket)
 
 SJsonRpcClient::SJsonRpcClient(int socket)
     : mSocket(socket)
-    , mId(mGlobalId++)
+    , mId(std::exchange(mGlobalId, NextId(mGlobalId)))
     , mName(MakeName(socket))
 {
 }

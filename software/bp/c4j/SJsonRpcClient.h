@@ -11,7 +11,7 @@
 /// What the server knows of a connected client. Closes the socket when it goes.
 struct SJsonRpcClient
 {
-    /// Takes the socket over, gives it the next id and asks the system for the peer's address.
+    /// Takes the socket over, gives it the id in `mGlobalId` and asks the system for the peer's address.
     explicit SJsonRpcClient(int socket);
 
     std::size_t GetUnsent() const noexcept { return mOutput.size() - mOutputSent; } ///< bytes
@@ -20,7 +20,7 @@ struct SJsonRpcClient
     /// behind the message that ran last, less than one read.
     std::string mPending;
     CDescriptor mSocket;                     ///< closed as soon as the client is removed from the list
-    const std::uint32_t mId;                 ///< never used again within the process
+    const std::uint32_t mId;                 ///< 1 to `kMaxId`
     const std::string mName;                 ///< address-port, for example 10.1.2.3-51234
     EAccessLevel mAccessLevel = eAccessUser; ///< 1 until a log-in raises it
 
@@ -32,5 +32,9 @@ struct SJsonRpcClient
     bool mDoomed = false;        ///< on the purge list: nothing is read, run or sent any more
     int mSendError = 0;          ///< errno of the failed send after which nothing is sent any more
 
-    static std::uint32_t mGlobalId; ///< the id of the next client
+    std::uint32_t mPeer = 0; ///< the IPv4 address by which the server counts it, network order
+
+    static constexpr std::uint32_t kMaxId = INT32_MAX; ///< what "JSON_TCP.%d" can name
+    static std::uint32_t NextId(std::uint32_t id) noexcept { return id < kMaxId ? id + 1 : 1; }
+    static std::uint32_t mGlobalId; ///< the id of the next client; begins again after the last one
 };

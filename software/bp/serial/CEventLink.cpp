@@ -84,8 +84,7 @@ void CEventLink::SetSleep(std::function<void(unsigned)> sleep)
     mSleep = std::move(sleep);
 }
 
-// --- Messages
-// -------------------------------------------------------------------------------------------------
+// --- Messages ----------------------------------------------------------------------------------------------
 
 EError CEventLink::SendCommand(int accessGroup, CIpcMessage& command, CIpcMessage& reply, unsigned timeoutMs)
 {
@@ -206,8 +205,7 @@ bool CEventLink::CheckForRetryAndSleep(const char* function, EError error, const
     return true;
 }
 
-// --- Typed operations
-// -----------------------------------------------------------------------------------------
+// --- Typed operations --------------------------------------------------------------------------------------
 
 EError CEventLink::Request(int accessGroup, const std::string& code, CIpcMessage& reply)
 {
@@ -262,8 +260,7 @@ EError CEventLink::SetValue(int accessGroup, const std::string& code, int value)
     return SendCommand(accessGroup, command, reply, mTimeoutMs);
 }
 
-// --- Notifications
-// --------------------------------------------------------------------------------------------
+// --- Notifications -----------------------------------------------------------------------------------------
 
 EError CEventLink::NotifyRegister(int accessGroup, const std::string& code, bool sendNow)
 {

@@ -103,10 +103,11 @@ private:
     void SendState(const std::string& code, const std::string& address);
 
     void Accept();
+    bool AnswerLone();
     void Dispatch(const CSelectWrapper::SReady& ready);
     void Serve(std::uint64_t tag, bool readable);
-    bool ReadMessages(CIpcConnection& connection);
-    bool AnswerMessages(CIpcConnection& connection);
+    bool ReadMessages(std::uint64_t tag, CIpcConnection& connection);
+    bool AnswerMessages(std::uint64_t tag, CIpcConnection& connection);
     void WatchOutput(std::uint64_t tag, CIpcConnection& connection);
     void Drop(std::uint64_t tag) noexcept;
 
@@ -117,6 +118,9 @@ private:
     CIpcNotifier mNotifier;
     std::map<std::uint64_t, CIpcConnection> mConnections; // by tag
     std::uint64_t mNextTag;
+    std::uint64_t mLoneTag;                     // of the client whose single message was all of the last pass
+    unsigned mLoneTurns = 0;                    // passes in a row that looked at that client alone
+    unsigned mAnswered = 0;                     // messages in this pass
     std::vector<CSelectWrapper::SReady> mReady; // of this pass: the wrapper's own list may move meanwhile
     CIpcMessage mMessage;                       // the one from a socket that is being handled
     bool mProcessing = false;

@@ -118,7 +118,10 @@ bool CIpcSocketClient::Connect(TimePoint deadline)
     }
     // From here on only receiving waits, by the socket's own time-out.
     if (::fcntl(mSocket.Get(), F_SETFL, 0) != 0)
+    {
+        Disconnect();
         throw CException(__func__, kSource, __LINE__, true, "Unable to make a socket wait");
+    }
     mReceiveTimeout = std::chrono::milliseconds(0);
     return true;
 }

@@ -124,8 +124,7 @@ struct CProjCon::SIdentity
     bool mReadOnly;
 };
 
-// --- Construction
-// ----------------------------------------------------------------------------------------------
+// --- Construction ------------------------------------------------------------------------------------------
 
 CProjCon::CProjCon(const SIdentity& identity)
     : mDispatcher(identity.mDispatcher)
@@ -267,8 +266,7 @@ void CProjCon::StoreDefault(const std::string& text)
                      mCode.c_str(), text.c_str(), static_cast<int>(error));
 }
 
-// --- Limits
-// ----------------------------------------------------------------------------------------------------
+// --- Limits ------------------------------------------------------------------------------------------------
 
 bool CProjCon::AcceptsChange(EChangeMode mode) const noexcept
 {
@@ -338,8 +336,7 @@ std::uint32_t CProjCon::LimitToAddress(std::string& text) const
     return eErrorNone;
 }
 
-// --- Changes
-// ---------------------------------------------------------------------------------------------------
+// --- Changes -----------------------------------------------------------------------------------------------
 
 std::uint32_t CProjCon::SetValue(int value, EChangeMode mode)
 {
@@ -513,8 +510,7 @@ void CProjCon::AnnounceValue()
     Announce(eNotifyValue);
 }
 
-// --- Whether it may be changed
-// ---------------------------------------------------------------------------------
+// --- Whether it may be changed -----------------------------------------------------------------------------
 
 void CProjCon::SetReserved(bool reserved)
 {
@@ -549,8 +545,7 @@ void CProjCon::UpdateEnabled()
     Announce(eNotifyEnabled);
 }
 
-// --- Choices
-// ---------------------------------------------------------------------------------------------------
+// --- Choices -----------------------------------------------------------------------------------------------
 
 void CProjCon::AddList(const std::vector<SListEntry>& entries)
 {
@@ -631,8 +626,7 @@ std::string CProjCon::GetEntryText(const SListEntry& entry) const
     return entry.mTextId == 0 ? entry.mText : mDispatcher.GetText(entry.mTextId);
 }
 
-// --- What it is
-// ------------------------------------------------------------------------------------------------
+// --- What it is --------------------------------------------------------------------------------------------
 
 double CProjCon::GetScalingFactor() const noexcept
 {

@@ -73,8 +73,7 @@ public:
     virtual ~CProjCon();
     virtual std::string GetText() const { return mText; } ///< what `Refresh` sets again
 
-    // --- Changing it
-    // -------------------------------------------------------------------------------------------
+    // --- Changing it ---------------------------------------------------------------------------------------
 
     /// Setting the value it has applies it again and announces nothing, unless it was limited or the control
     /// is a menu or custom entry. A refusal of the hardware restores the old value, announces that, and gives
@@ -106,8 +105,7 @@ public:
     void Refresh(EChangeMode mode = eChangeNormal); ///< sets it to what it is; with 8 only announces it
     bool UpdateHardware();                          ///< brings the hardware to what is stored; logs a failure
 
-    // --- Whether it may be changed
-    // -----------------------------------------------------------------------------
+    // --- Whether it may be changed -------------------------------------------------------------------------
 
     void SetReserved(bool reserved);
     void SetReadOnly(bool readOnly);
@@ -118,8 +116,7 @@ public:
     bool IsReadOnly() const noexcept { return mReadOnly; }
     bool IsLocked() const noexcept { return mLocked; }
 
-    // --- Choices; nothing of this does anything on a control that is not a list
-    // ---------------------------------
+    // --- Choices; nothing of this does anything on a control that is not a list ----------------------------
 
     void AddList(const std::vector<SListEntry>& entries); ///< replaces the list, then `UpdateListRange`
     void SetListEntry(const SListEntry& entry); ///< appends; a second entry of a value stands behind it
@@ -137,8 +134,7 @@ public:
     std::size_t GetListSize() const noexcept { return mList.size(); }
     std::string GetEntryText(const SListEntry& entry) const; ///< the name a person sees
 
-    // --- What it is
-    // ---------------------------------------------------------------------------------------------
+    // --- What it is ----------------------------------------------------------------------------------------
 
     const std::string& GetCode() const noexcept { return mCode; }
     EDisplayType GetDisplayType() const noexcept { return mType; }
@@ -178,8 +174,7 @@ public:
     void SetColor(unsigned color) noexcept { mColor = color; }
     void SetUnit(const std::string& ucum) { mUnit = ucum; }
 
-    // --- Saving it
-    // ----------------------------------------------------------------------------------------------
+    // --- Saving it -----------------------------------------------------------------------------------------
 
     bool IsPersistent() const noexcept { return mPersistent; }
     bool IsDirty() const noexcept { return mDirty; } ///< persistent, and announced since it was last saved

@@ -151,8 +151,7 @@ void CVarnholtSerialParser::UpdateAddress(int address) noexcept
     mAddress = isUnit ? static_cast<unsigned short>(address) : CIpcMessage::kNoAddress;
 }
 
-// --- Receiving
-// ------------------------------------------------------------------------------------------------
+// --- Receiving ---------------------------------------------------------------------------------------------
 
 ERxResult CVarnholtSerialParser::ProcessData()
 {
@@ -538,8 +537,7 @@ void CVarnholtSerialParser::SyntaxError(const std::string& text, int value)
     SendErrorBroadcast(ELogLevel::Normal, eErrorSerialReceive, line);
 }
 
-// --- Complete messages
-// ----------------------------------------------------------------------------------------
+// --- Complete messages -------------------------------------------------------------------------------------
 
 void CVarnholtSerialParser::RxdMessageComplete()
 {
@@ -683,8 +681,7 @@ bool CVarnholtSerialParser::ExtRequest(CIpcMessage* request)
     return error == eErrorNone;
 }
 
-// --- Notifications
-// --------------------------------------------------------------------------------------------
+// --- Notifications -----------------------------------------------------------------------------------------
 
 bool CVarnholtSerialParser::HandleNotificationRequests(const CIpcMessage& message)
 {
@@ -756,8 +753,7 @@ void CVarnholtSerialParser::HandleNotification(const CIpcMessage& notification)
     Send(NSerialRouting::kOwnPort, &line);
 }
 
-// --- Log-in
-// ---------------------------------------------------------------------------------------------------
+// --- Log-in ------------------------------------------------------------------------------------------------
 
 bool CVarnholtSerialParser::HandleUserLogin(CIpcMessage* message)
 {
@@ -850,8 +846,7 @@ void CVarnholtSerialParser::EndIdleLogIn()
     SetAccessGroup(mDefaultAccessGroup);
 }
 
-// --- Sending
-// --------------------------------------------------------------------------------------------------
+// --- Sending -----------------------------------------------------------------------------------------------
 
 int CVarnholtSerialParser::Send(unsigned char portMask, const CIpcMessage* message)
 {

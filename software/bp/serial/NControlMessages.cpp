@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <iterator>
 #include <string>
+#include <utility>
 
 namespace
 {
@@ -155,8 +156,8 @@ void NControlMessages::ApplyCommand(CProjCon& control, const CIpcMessage& comman
     AddValue(reply, control); // after a refusal too: it is what the control still has
 }
 
-void NControlMessages::AnswerRequest(const CProjCon& control, const CIpcMessage& request,
-                                     const CIpcMessage& reply, std::list<CIpcMessage>& answers)
+void NControlMessages::AnswerRequest(const CProjCon& control, const CIpcMessage& request, CIpcMessage reply,
+                                     std::list<CIpcMessage>& answers)
 {
     unsigned char modifier = 0;
     request.GetModifier(0, modifier);
@@ -164,7 +165,7 @@ void NControlMessages::AnswerRequest(const CProjCon& control, const CIpcMessage&
         return AnswerList(control, reply, answers);
     const auto found = std::find_if(std::begin(kRequests), std::end(kRequests),
                                     [=](const SRequest& r) { return r.mModifier == modifier; });
-    CIpcMessage& answer = answers.emplace_back(reply);
+    CIpcMessage& answer = answers.emplace_back(std::move(reply));
     if (found == std::end(kRequests))
         NIpcMsgUtil::MakeErrorResponse(answer, eErrorUnknownRequest, kUnsupportedModifier);
     else

@@ -16,7 +16,7 @@ void ApplyCommand(CProjCon& control, const CIpcMessage& command, CIpcMessage& re
 
 /// Appends the answers that the modifier of the request's argument 0 selects: one, or several for a list.
 /// @param reply  to the request, without arguments: every answer is made from it
-void AnswerRequest(const CProjCon& control, const CIpcMessage& request, const CIpcMessage& reply,
+void AnswerRequest(const CProjCon& control, const CIpcMessage& request, CIpcMessage reply,
                    std::list<CIpcMessage>& answers);
 
 /// Adds the arguments of a notification.

@@ -238,17 +238,26 @@ TEST_F(Lanternd, RefusesToStartWithASentence)
 
 TEST_F(Lanternd, LimitsItsClients)
 {
-    CDaemonProcess daemon(mState, {"--max-clients", "2"});
-    CRpcConnection first(daemon.GetPort());
+    const std::vector<std::string> cases[] = {
+        {"--max-clients", "2", "--max-per-peer", "9"},
+        {"--max-per-peer", "2"},
+        {"--max-clients", "5"}, // half of them for one address
+    };
+    for (const std::vector<std::string>& arguments : cases)
     {
-        CRpcConnection second(daemon.GetPort());
-        EXPECT_EQ(first.Get("LUM"), 1000);
-        EXPECT_EQ(second.Get("LUM"), 1000);
-        CRpcConnection third(daemon.GetPort());
-        EXPECT_THROW(third.Get("LUM"), std::runtime_error);
+        SCOPED_TRACE(arguments.front());
+        CDaemonProcess daemon(mState, arguments);
+        CRpcConnection first(daemon.GetPort());
+        {
+            CRpcConnection second(daemon.GetPort());
+            EXPECT_EQ(first.Get("LUM"), 1000);
+            EXPECT_EQ(second.Get("LUM"), 1000);
+            CRpcConnection third(daemon.GetPort());
+            EXPECT_THROW(third.Get("LUM"), std::runtime_error);
+        }
+        EXPECT_EQ(first.Get("LUM"), 1000); // and the place of the second is free again
+        EXPECT_EQ(CRpcConnection(daemon.GetPort()).Get("LUM"), 1000);
     }
-    EXPECT_EQ(first.Get("LUM"), 1000); // and the place of the second is free again
-    EXPECT_EQ(CRpcConnection(daemon.GetPort()).Get("LUM"), 1000);
 }
 
 TEST_F(Lanternd, IsQuietWhenNothingHappens)

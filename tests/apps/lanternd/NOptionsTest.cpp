@@ -46,6 +46,7 @@ TEST(LanterndOptions, HaveDefaults)
     EXPECT_EQ(parsed.mOptions.mAddress, 65533);
     EXPECT_EQ(parsed.mOptions.mRouting, eRouting2And4);
     EXPECT_EQ(parsed.mOptions.mMaxClients, 0u);
+    EXPECT_EQ(parsed.mOptions.mMaxPerPeer, 0u);
     EXPECT_EQ(parsed.mOptions.mMaxPendingBytes, 67108864u);
     EXPECT_EQ(parsed.mOptions.mLogLevel, ELogLevel::Fyi);
 }
@@ -73,6 +74,8 @@ TEST(LanterndOptions, AreTaken)
                                   "3",
                                   "--max-clients",
                                   "7",
+                                  "--max-per-peer",
+                                  "3",
                                   "--max-pending",
                                   "1000000",
                                   "--log",
@@ -91,6 +94,7 @@ TEST(LanterndOptions, AreTaken)
     EXPECT_EQ(parsed.mOptions.mAddress, 1023);
     EXPECT_EQ(parsed.mOptions.mRouting, eRoutingAll);
     EXPECT_EQ(parsed.mOptions.mMaxClients, 7u);
+    EXPECT_EQ(parsed.mOptions.mMaxPerPeer, 3u);
     EXPECT_EQ(parsed.mOptions.mMaxPendingBytes, 1000000u);
     EXPECT_EQ(parsed.mOptions.mLogLevel, ELogLevel::Warning);
     EXPECT_EQ(parsed.mOptions.mLogFile, "/l");
@@ -114,6 +118,7 @@ TEST(LanterndOptions, WrongUsageIsOneSentenceAndCode2)
         {"--address", "-1"},
         {"--routing", "4"},
         {"--max-clients", "0"},
+        {"--max-per-peer", "0"},
         {"--max-pending", "-5"},
         {"--log", "shouting"},
         {"--colour"},
@@ -135,9 +140,10 @@ TEST(LanterndOptions, HelpAndVersionGoToStandardOutput)
 {
     const SParsed help = Parse({"--help"});
     EXPECT_EQ(help.mExitCode, 0);
-    for (const char* option : {"--port", "--bind", "--run-dir", "--serial", "--address", "--routing",
-                               "--state-dir", "--config-dir", "--max-clients", "--max-pending", "--language",
-                               "--log", "--log-file", "--syslog", "--version", "7400"})
+    for (const char* option :
+         {"--port", "--bind", "--run-dir", "--serial", "--address", "--routing", "--state-dir",
+          "--config-dir", "--max-clients", "--max-per-peer", "--max-pending", "--language", "--log",
+          "--log-file", "--syslog", "--version", "7400"})
         EXPECT_NE(help.mOut.find(option), std::string::npos) << option;
     const SParsed version = Parse({"--version"});
     EXPECT_EQ(version.mExitCode, 0);

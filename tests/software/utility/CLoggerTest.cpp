@@ -7,6 +7,7 @@
 #include "software/utility/NUtf8.h"
 #include "tests/support/CManualClock.h"
 #include "tests/support/CTemporaryFolder.h"
+#include "tests/support/CTestLogDaemon.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -204,6 +205,51 @@ TEST_F(Logger, ConsoleThatNobodyReadsStopsNobody)
     std::istringstream in(told);
     for (std::string line; std::getline(in, line);)
         EXPECT_EQ(line.compare(0, 2, "20"), 0) << line;
+}
+
+TEST_F(Logger, LogDaemonThatReadsNothingStopsNobody)
+{
+    SLogOptions options;
+    options.mToConsole = false;
+    options.mToSyslog = true;
+    options.mSyslogSocket = mFolder.File("daemon");
+    const CTestLogDaemon daemon(options.mSyslogSocket);
+    CLogger log("T", options);
+    const std::string ident =
+        std::string(program_invocation_short_name) + '[' + std::to_string(::getpid()) + "]: T: ";
+    const auto read = [&](const std::string& priority)
+    {
+        const std::string line = daemon.Read();
+        EXPECT_EQ(line.compare(0, priority.size(), priority), 0) << line;
+        const std::size_t start = line.find(ident);
+        return start == std::string::npos ? line : line.substr(start + ident.size());
+    };
+    log.LogWarning("warm");
+    log.LogError("hot");
+    EXPECT_EQ(read("<28>"), "warm");
+    EXPECT_EQ(read("<27>"), "hot");
+
+    constexpr int kLines = 2000; // more than a queue of datagrams holds
+    testing::internal::CaptureStderr();
+    std::future<void> logging = std::async(std::launch::async,
+                                           [&]
+                                           {
+                                               for (int i = 0; i < kLines; ++i)
+                                                   log.Log("%d", i);
+                                           });
+    const bool isDone = logging.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+    while (logging.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
+        daemon.Read();
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(isDone) << "a line waited for the log daemon";
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 1) << told;
+
+    int taken = 0;
+    while (!daemon.Read().empty())
+        ++taken;
+    log.Log("last");
+    EXPECT_EQ(read("<27>").find(std::to_string(kLines - taken) + " lines were lost: "), 0u);
+    EXPECT_EQ(read("<30>"), "last");
 }
 
 TEST_F(Logger, UnusableFileIsRefusedAndChangesNothing)

@@ -75,6 +75,8 @@ void SerialParse(benchmark::State& state)
     CEventLink link(log, std::make_unique<CNoClient>());
     CEndlessPort port;
     CVarnholtSerialParser parser(&link, &handler, &port, log);
+    for (int i = 0; i < kMessageCount; ++i)
+        parser.ProcessData(); // makes the room that all others use
     const CAllocationCount before;
     for (auto _ : state)
     {
@@ -90,8 +92,8 @@ void SerialParse(benchmark::State& state)
 }
 BENCHMARK(SerialParse);
 
-/// Hands the code and each argument of each message to a visitor, looking at each character once. It knows that
-/// the messages are well-formed.
+/// Hands the code and each argument of each message to a visitor, looking at each character once. It takes
+/// these messages and no others, but never looks beyond their end.
 template <typename TCode, typename TArgument>
 void Scan(std::string_view text, TCode takeCode, TArgument takeArgument)
 {
@@ -100,28 +102,27 @@ void Scan(std::string_view text, TCode takeCode, TArgument takeArgument)
     while (at != end)
     {
         const char* start = ++at; // behind "("
-        while (*at != '!')
+        while (at != end && *at != '!')
             ++at;
         takeCode(std::string_view(start, static_cast<std::size_t>(at - start)));
-        ++at;
-        for (int key = 0; *at != ')'; ++key)
+        if (at != end)
+            ++at;
+        for (int key = 0; at != end && *at != ')'; ++key)
         {
-            while (*at == ' ')
+            while (at != end && *at == ' ')
                 ++at;
-            start = at++;
-            if (*start == '"')
-            {
-                while (*at++ != '"')
-                    ;
-            }
-            else
-            {
-                while (*at != ' ' && *at != ')')
-                    ++at;
-            }
+            start = at;
+            const bool isText = at != end && *at == '"';
+            if (isText)
+                ++at;
+            while (at != end && (isText ? *at != '"' : *at != ' ' && *at != ')'))
+                ++at;
+            if (isText && at != end)
+                ++at;
             takeArgument(key, std::string_view(start, static_cast<std::size_t>(at - start)));
         }
-        ++at;
+        if (at != end)
+            ++at;
     }
 }
 

@@ -492,11 +492,11 @@ TEST_F(CJsonRpcTcpServerTest, WhatIsHeldBackGoesWithItsClient)
         {"greediest",
          [&](CRawClient&, unsigned id)
          {
-             CJsonRpcTcpServer::SLimits limits = CJsonRpcTcpServer::kDefaultLimits;
+             CJsonRpcTcpServer::SLimits limits;
              limits.mMaxPendingBytes = 1;
              mServer.SetLimits(limits);
              mServer.Send(id, std::string(8000000, 'n')); // more than the socket takes
-             mServer.SetLimits(CJsonRpcTcpServer::kDefaultLimits);
+             mServer.SetLimits(CJsonRpcTcpServer::SLimits());
          }},
     };
     for (const SCase& row : cases)
@@ -556,7 +556,9 @@ TEST_F(CJsonRpcTcpServerTest, MoreThanAThousandClientsAreServedInOnePassEach)
 
 TEST_F(CJsonRpcTcpServerTest, ConnectionsAboveTheLimitAreClosed)
 {
-    mServer.SetLimits({2, CJsonRpcTcpServer::kDefaultLimits.mMaxPendingBytes});
+    CJsonRpcTcpServer::SLimits limits;
+    limits.mMaxClients = 2;
+    mServer.SetLimits(limits);
     std::deque<CRawClient> clients;
     for (int i = 0; i < 5; ++i)
         clients.emplace_back(mServer.GetPort());
@@ -578,9 +580,85 @@ TEST_F(CJsonRpcTcpServerTest, ConnectionsAboveTheLimitAreClosed)
     EXPECT_TRUE(PumpUntil([&] { return mLog.Count(line) == 2; }));
 }
 
+TEST_F(CJsonRpcTcpServerTest, OneAddressDoesNotTakeAllPlaces)
+{
+    CJsonRpcTcpServer::SLimits limits;
+    limits.mMaxClientsPerPeer = 2;
+    mServer.SetLimits(limits);
+    std::deque<CRawClient> clients;
+    const auto connectFrom = [&](const char* address)
+    {
+        sockaddr_in source{};
+        source.sin_family = AF_INET;
+        ::inet_pton(AF_INET, address, &source.sin_addr);
+        clients.emplace_back(CRawClient::SUnconnected{});
+        ASSERT_EQ(::bind(clients.back().GetSocket(), reinterpret_cast<sockaddr*>(&source), sizeof source), 0);
+        clients.back().Connect(mServer.GetPort());
+    };
+    const auto isClosed = [&]
+    {
+        return PumpUntil(
+            [&]
+            {
+                clients.back().Read();
+                return clients.back().HasEnded();
+            });
+    };
+    const auto line = [](const std::string& address)
+    {
+        return "JSON-RPC client limit of 2 for one address reached by " + address +
+               "; its further connections are closed";
+    };
+    const unsigned first = SJsonRpcClient::mGlobalId;
+    for (const char* address : {"127.0.0.1", "127.0.0.1", "127.0.0.2", "127.0.0.2"})
+        connectFrom(address);
+    EXPECT_TRUE(PumpUntil([&] { return mServer.GetClientCount() == 4; }));
+    for (const char* address : {"127.0.0.1", "127.0.0.1", "127.0.0.2", "127.0.0.1"})
+    {
+        connectFrom(address);
+        EXPECT_TRUE(isClosed());
+    }
+    EXPECT_EQ(mLog.Count(line("127.0.0.1")), 1u);
+    EXPECT_EQ(mLog.Count(line("127.0.0.2")), 1u);
+    EXPECT_EQ(mServer.GetClientCount(), 4u);
+
+    mServer.ForceClose(first); // room for one again
+    connectFrom("127.0.0.1");
+    EXPECT_TRUE(PumpUntil([&] { return mServer.GetClientCount() == 4; }));
+    connectFrom("127.0.0.1");
+    EXPECT_TRUE(isClosed());
+    EXPECT_EQ(mLog.Count(line("127.0.0.1")), 2u);
+    EXPECT_EQ(mLog.Count(line("127.0.0.2")), 1u);
+}
+
+TEST_F(CJsonRpcTcpServerTest, IdsBeginAgainWhereTheyAreFree)
+{
+    std::deque<CRawClient> clients;
+    const auto connect = [&](unsigned id)
+    {
+        clients.emplace_back(mServer.GetPort());
+        ASSERT_TRUE(PumpUntil([&] { return mServer.GetClientCount() == clients.size(); }));
+        EXPECT_TRUE(mServer.IsClientConnected(id)) << id;
+        clients.back().WriteMessage(Request(1, "echo"));
+        EXPECT_TRUE(PumpUntilReceived(clients.back(), Echoed(1).size()));
+    };
+    const unsigned next = SJsonRpcClient::mGlobalId;
+    SJsonRpcClient::mGlobalId = 1;
+    connect(1);
+    connect(2);
+    SJsonRpcClient::mGlobalId = 4;
+    connect(4);
+    SJsonRpcClient::mGlobalId = 2147483646;
+    for (const unsigned id : {2147483646U, 2147483647U, 3U, 5U})
+        connect(id);
+    SJsonRpcClient::mGlobalId = next;
+}
+
 TEST_F(CJsonRpcTcpServerTest, TheGreediestClientGoesWhenTooMuchIsPending)
 {
-    mServer.SetLimits({SIZE_MAX, 100000});
+    CJsonRpcTcpServer::SLimits limits;
+    limits.mMaxPendingBytes = 100000;
+    mServer.SetLimits(limits);
     CRawClient modest(mServer.GetPort());
     const unsigned modestId = Accepted(modest);
     CRawClient greedy(mServer.GetPort());

@@ -4,9 +4,13 @@
 #include "software/bp/serial/CEventLink.h"
 #include "software/utility/CException.h"
 
+#include <chrono>
+#include <csignal>
 #include <deque>
 #include <filesystem>
 #include <functional>
+
+#include <sys/time.h>
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -252,8 +256,7 @@ TEST_F(CEventLinkTest, ALinkThatIsNotReadyFailsTheAttempt)
     EXPECT_EQ(link.mTries, 3) << "once it is ready it stays so";
 }
 
-// --- Over sockets
-// ---------------------------------------------------------------------------------------------
+// --- Over sockets ------------------------------------------------------------------------------------------
 
 namespace
 {
@@ -436,6 +439,42 @@ TEST_F(CEventLinkSocketTest, WithoutAControlProcessEveryCallFailsWithASentence)
                                  ::testing::HasSubstr("No such file or directory")));
     EXPECT_EQ(lost.NotifyRegister(1, "PWR"), eErrorCommunications);
     EXPECT_EQ(lost.GetNotifyDescriptor(), -1);
+}
+
+TEST_F(CEventLinkSocketTest, SignalsNeitherBreakAnExchangeNorCutItShort)
+{
+    struct sigaction action
+    {
+    };
+    action.sa_handler = [](int) {}; // without SA_RESTART: system calls are interrupted
+    struct sigaction before
+    {
+    };
+    ASSERT_EQ(::sigaction(SIGALRM, &action, &before), 0);
+    const itimerval everyMillisecond{{0, 1000}, {0, 1000}};
+    ::setitimer(ITIMER_REAL, &everyMillisecond, nullptr);
+
+    const auto start = std::chrono::steady_clock::now();
+    int value = 0;
+    mLink.SetTimeout(60);
+    const EError silent = mLink.GetValue(1, "PWR", value); // nobody serves yet
+    const auto waited = std::chrono::steady_clock::now() - start;
+    mLink.SetTimeout(2000);
+    int failures = 0;
+    {
+        auto server = Serve();
+        failures += mLink.NotifyRegister(1, "PWR") == eErrorNone ? 0 : 1;
+        for (int i = 1; i <= 2000; ++i)
+            failures += mLink.SetValue(1, "PWR", i % 2) == eErrorNone ? 0 : 1;
+    }
+    const itimerval never{};
+    ::setitimer(ITIMER_REAL, &never, nullptr);
+    ::sigaction(SIGALRM, &before, nullptr);
+
+    EXPECT_EQ(silent, eErrorTimeout);
+    EXPECT_GE(waited, std::chrono::milliseconds(60));
+    EXPECT_EQ(failures, 0);
+    EXPECT_THAT(Take(1), ::testing::Not(IsEmpty()));
 }
 
 TEST(EventLink, NamesAreCheckedAtTheStart)

@@ -208,6 +208,29 @@ TEST_F(CIpcConnectionTest, NobodyStarves)
     EXPECT_THAT(late.Take(), ElementsAre("PWR! 0=0/3")) << "a single request waits for one pass";
 }
 
+// The server looks first at a client that asks one thing after another.
+TEST_F(CIpcConnectionTest, ASteadyClientDoesNotHoldUpTheOthers)
+{
+    CRawClient steady(mServerName);
+    CRawClient other(mServerName);
+    Pump();
+    for (int i = 0; i < 20; ++i)
+        EXPECT_THAT(Ask(steady, Request("PWR")), ElementsAre("PWR! 0=0/3"));
+    other.Send(Request("NME"));
+    int passes = 0;
+    for (std::vector<std::string> answer; answer.empty() && passes < 100; ++passes)
+    {
+        steady.Send(Request("PWR"));
+        mServer->ProcessEvents();
+        answer = other.Take();
+    }
+    EXPECT_LE(passes, 10);
+    Pump();
+    steady.Close();
+    Pump();
+    EXPECT_THAT(Ask(other, Request("PWR")), ElementsAre("PWR! 0=0/3"));
+}
+
 TEST_F(CIpcConnectionTest, AMessageMayPumpTheServer)
 {
     CRawClient client(mServerName);
