@@ -22,7 +22,7 @@ public:
     bool IsInside() const noexcept { return mState != EState::Outside; }
 
 private:
-    static constexpr std::size_t kMaxMessage = 16 * 1024; // bytes; the longest real one has 9 KiB
+    static constexpr std::size_t kMaxMessage = 16'384; // bytes; the longest real one has 9 KiB
 
     enum class EState
     {
