@@ -4,6 +4,7 @@
 #include "software/utility/CException.h"
 #include "software/utility/NPosix.h"
 
+#include <csignal>
 #include <pthread.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -28,12 +29,7 @@ CSignalWatch::CSignalWatch()
     mSignals.Reset(::signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC));
     if (!mSignals.IsOpen())
         throw CException(__func__, kSource, __LINE__, true, "Unable to watch for signals");
-    ::pthread_sigmask(SIG_BLOCK, &signals, &mBefore); // cannot fail with a valid first argument
-}
-
-CSignalWatch::~CSignalWatch()
-{
-    ::pthread_sigmask(SIG_SETMASK, &mBefore, nullptr);
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr); // cannot fail with a valid first argument
 }
 
 int CSignalWatch::TakeSignal() noexcept

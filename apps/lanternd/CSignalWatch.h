@@ -3,10 +3,9 @@
 
 #include "software/utility/CDescriptor.h"
 
-#include <csignal>
-
 /// Blocks SIGTERM and SIGINT for the calling thread, and for every thread started after it, and collects them
-/// in a descriptor. What was blocked before is restored when it goes.
+/// in a descriptor. They stay blocked when it goes: one that arrives while the daemon is ending (Ctrl-C and
+/// the TERM of the script around it, say) does not cut that short.
 class CSignalWatch
 {
 public:
@@ -14,12 +13,10 @@ public:
     CSignalWatch();
     CSignalWatch(const CSignalWatch&) = delete;
     CSignalWatch& operator=(const CSignalWatch&) = delete;
-    ~CSignalWatch();
 
     int GetDescriptor() const noexcept { return mSignals.Get(); } ///< readable once a signal has arrived
     int TakeSignal() noexcept;                                    ///< the number of one that arrived, else 0
 
 private:
-    sigset_t mBefore{};
     CDescriptor mSignals;
 };

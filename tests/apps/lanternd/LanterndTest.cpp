@@ -62,6 +62,14 @@ TEST_F(Lanternd, TellsWhenItIsReadyAndEndsCleanly)
     EXPECT_EQ(CDaemonProcess(mState).Stop(SIGINT), 0);
 }
 
+TEST_F(Lanternd, ASecondSignalDoesNotCutItsEndShort)
+{
+    CDaemonProcess daemon(mState);
+    for (const int signal : {SIGSTOP, SIGINT, SIGTERM}) // stopped, so that it finds both of them waiting
+        ASSERT_EQ(::kill(daemon.GetId(), signal), 0);
+    EXPECT_EQ(daemon.Stop(SIGCONT), 0);
+}
+
 TEST_F(Lanternd, AnswersSetsAndRefusals)
 {
     CDaemonProcess daemon(mState);
