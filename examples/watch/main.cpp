@@ -115,7 +115,6 @@ int Watch(CEventLink& link, const SWatchOptions& options)
                              NErrorText::GetErrorString(error));
                 return 1;
             }
-            isRegistered = true;
         }
         // A program with a loop of its own adds this descriptor to what it waits for.
         pollfd wait{link.GetNotifyDescriptor(), POLLIN, 0};

@@ -199,7 +199,7 @@ TEST_F(Logger, ConsoleThatNobodyReadsStopsNobody)
     ::dup2(console.Get(), STDERR_FILENO);
 
     EXPECT_TRUE(isDone) << "a line waited for the reader";
-    EXPECT_NE(told.find("\n", told.find(" lines were lost: standard error took no more")), std::string::npos);
+    EXPECT_NE(told.find('\n', told.find(" lines were lost: standard error took no more")), std::string::npos);
     EXPECT_NE(told.find(" T info: last\n"), std::string::npos);
     // Each line that was begun ends before the next.
     std::istringstream in(told);
