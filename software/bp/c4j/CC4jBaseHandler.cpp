@@ -6,6 +6,7 @@
 #include "software/bp/serial/CNotificationManager.h"
 #include "software/bp/serial/NAsciiCodeUtils.h"
 #include "software/bp/serial/NErrorText.h"
+#include "software/bp/serial/NIpcMsgUtil.h"
 #include "software/include/ILog.h"
 #include "software/utility/CException.h"
 #include "software/utility/CIpcMessage.h"
@@ -30,8 +31,6 @@ constexpr Json::ArrayIndex kSendNowIndex = 1;
 
 // Arguments of the messages that custom handlers exchange.
 constexpr unsigned short kValueKey = 0;
-constexpr unsigned short kErrorCodeKey = 220; // in a reply: number, an `EError`
-constexpr unsigned short kErrorTextKey = 221; // in a reply: the text that goes with it
 
 // Locale-free: codes are ASCII, whatever the process is set to.
 char ToUpper(char letter) noexcept
@@ -484,11 +483,11 @@ CIpcMessage CC4jBaseHandler::ConvertParamsToIpc(const Json::Value& params)
 bool CC4jBaseHandler::GetIpcError(const CIpcMessage& reply, EError& error, std::string& text)
 {
     int code = 0;
-    if (!reply.GetArg(kErrorCodeKey, code))
+    if (!reply.GetArg(eIpcArgError, code))
         return false;
     error = static_cast<EError>(code);
     text.clear();
-    reply.GetArg(kErrorTextKey, text);
+    reply.GetArg(eIpcArgErrorText, text);
     return true;
 }
 
