@@ -296,10 +296,8 @@ protected:
         {
             pollfd ready{mLink.GetNotifyDescriptor(), POLLIN, 0};
             ::poll(&ready, 1, 10);
-            std::list<CIpcMessage> notifications;
-            mLink.ProcessNotify(notifications);
-            for (const CIpcMessage& notification : notifications)
-                shown.push_back(Show(notification));
+            for (std::string& line : ShowCollected([&](auto& all) { mLink.ProcessNotify(all); }))
+                shown.push_back(std::move(line));
         }
         return shown;
     }
@@ -323,25 +321,36 @@ protected:
 TEST_F(CEventLinkSocketTest, TypedOperationsReachTheControls)
 {
     auto server = Serve();
-    int value = 0;
-    std::string text;
     EXPECT_EQ(mLink.SetValue(1, "pwr", 1), eErrorNone);
-    EXPECT_EQ(mLink.GetValue(1, "PWR", value), eErrorNone);
-    EXPECT_EQ(value, 1);
     EXPECT_EQ(mLink.SetText(1, "NME", "Größe"), eErrorNone);
-    EXPECT_EQ(mLink.GetText(1, "NME", text), eErrorNone);
-    EXPECT_EQ(text, "Größe");
-    EXPECT_EQ(mLink.GetText(1, "SRC", text), eErrorNone);
-    EXPECT_EQ(text, "HDMI 2") << "a person reads the entry, not its number";
-    EXPECT_EQ(mLink.GetValue(1, "SRC", value), eErrorNone);
-    EXPECT_EQ(mLink.GetText(1, "KST+TLPX", text), eErrorNone);
-    EXPECT_EQ(text, "7");
-    EXPECT_EQ(mLink.GetValue(1, "NME", value), eErrorWrongControlType);
     EXPECT_EQ(mLink.SetText(1, "PWR", "x"), eErrorWrongControlType);
-    EXPECT_EQ(mLink.GetValue(1, "XYZ", value), eErrorControlNotFound);
     EXPECT_EQ(mLink.SetValue(1, "SVO", 1), eErrorAccessGroup);
     EXPECT_EQ(mLink.SetValue(2, "SVO", 1), eErrorNone);
-    EXPECT_THAT(mLinkLog.GetLines(), ::testing::Not(IsEmpty()));
+    const struct
+    {
+        const char* mCode;
+        EError mValueError;
+        int mValue;
+        EError mTextError;
+        const char* mText; // of a choice the entry, which a person reads
+    } cases[] = {
+        {"PWR", eErrorNone, 1, eErrorNone, "1"},
+        {"NME", eErrorWrongControlType, -1, eErrorNone, "Größe"},
+        {"src", eErrorNone, 1, eErrorNone, "HDMI 2"},
+        {"KST+TLPX", eErrorNone, 7, eErrorNone, "7"},
+        {"MMM+MAIN", eErrorWrongControlType, -1, eErrorWrongControlType, ""},
+        {"XYZ", eErrorControlNotFound, -1, eErrorControlNotFound, ""},
+    };
+    for (const auto& row : cases)
+    {
+        SCOPED_TRACE(row.mCode);
+        int value = -1;
+        std::string text;
+        EXPECT_EQ(mLink.GetValue(1, row.mCode, value), row.mValueError);
+        EXPECT_EQ(value, row.mValue);
+        EXPECT_EQ(mLink.GetText(1, row.mCode, text), row.mTextError);
+        EXPECT_EQ(text, row.mText);
+    }
     EXPECT_TRUE(mLinkLog.Has(ELogLevel::Debug, "SendCommand successful, returned:0, PWR+"));
 }
 

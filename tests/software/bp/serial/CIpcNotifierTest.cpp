@@ -27,12 +27,7 @@ protected:
     }
     static std::vector<std::string> Take(CIpcNotifyServer& client)
     {
-        std::list<CIpcMessage> notifications;
-        client.Collect(notifications);
-        std::vector<std::string> shown;
-        for (const CIpcMessage& notification : notifications)
-            shown.push_back(Show(notification));
-        return shown;
+        return ShowCollected([&](auto& notifications) { client.Collect(notifications); });
     }
     static bool IsReadable(const CIpcNotifyServer& client)
     {
