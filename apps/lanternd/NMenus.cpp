@@ -31,7 +31,7 @@ void LoadFavorites(CJsonMenu& menu, ILog& log)
         if (aside.empty())
             throw CException(__func__, kSource, __LINE__, false,
                              "Unable to set aside %s, which is damaged (%s)", file.c_str(), reason.c_str());
-        log.LogWarning("%s; kept as %s, there are no favorites", reason.c_str(), aside.c_str());
+        log.LogWarning("%s; kept as %s, there are no favourites", reason.c_str(), aside.c_str());
     }
 }
 

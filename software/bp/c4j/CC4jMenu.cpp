@@ -242,7 +242,7 @@ void CC4jMenu::Change(const Json::Value& request, Json::Value& response, const J
         const EError refusal = CJsonMenu::CheckFavorites(wanted);
         const std::string reason = NReason::Of(failure);
         if (refusal == eErrorNone)
-            mLog.LogError("Favorites of %s are not changed: %s", GetClientIdString(request).c_str(),
+            mLog.LogError("Favourites are not changed for %s: %s", GetClientIdString(request).c_str(),
                           reason.c_str());
         MakeErrorResponse(request, response, refusal == eErrorNone ? eErrorBadFile : refusal, reason);
     }
