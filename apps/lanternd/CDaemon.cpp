@@ -2,7 +2,6 @@
 #include "apps/lanternd/CDaemon.h"
 
 #include "apps/lanternd/NProcess.h"
-#include "apps/lanternd/NReason.h"
 #include "apps/lanternd/SOptions.h"
 #include "software/bp/c4j/CC4jControl.h"
 #include "software/bp/c4j/CJsonRpcServer.h"
@@ -17,6 +16,7 @@
 #include "software/bp/serial/NIpcSocket.h"
 #include "software/include/ILog.h"
 #include "software/utility/CException.h"
+#include "software/utility/NReason.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,14 +1,15 @@
 // The files that are installed: the simulated projector's controls and their texts.
 #include "apps/lanternd/CControlTable.h"
-#include "apps/lanternd/NJsonFile.h"
 #include "software/bp/hwlogic/CPassiveProxy.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
 #include "software/utility/CAtomicFile.h"
 #include "software/utility/CTextCatalog.h"
+#include "software/utility/NJsonFile.h"
 #include "tests/support/CRecordingLog.h"
 
 #include <gtest/gtest.h>
+#include <json/value.h>
 
 #include <algorithm>
 #include <set>

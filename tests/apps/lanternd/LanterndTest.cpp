@@ -1,11 +1,12 @@
 // The real program, its real files and its real port.
-#include "apps/lanternd/NJsonFile.h"
 #include "software/utility/CAtomicFile.h"
+#include "software/utility/NJsonFile.h"
 #include "tests/support/CDaemonProcess.h"
 #include "tests/support/CRpcConnection.h"
 #include "tests/support/CTemporaryFolder.h"
 
 #include <gtest/gtest.h>
+#include <json/value.h>
 
 #include <chrono>
 #include <filesystem>
