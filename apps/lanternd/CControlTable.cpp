@@ -1,7 +1,7 @@
 // One maker for each family of controls; what all of them share is read before and after.
 #include "apps/lanternd/CControlTable.h"
 
-#include "apps/lanternd/CJsonMembers.h"
+#include "software/utility/CJsonMembers.h"
 #include "software/bp/hwlogic/NDateTime.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
