@@ -20,8 +20,11 @@
 #include <vector>
 
 class CC4jControl;
+class CC4jSession;
 class CIpcEventDispatcher;
 class CJsonRpcServer;
+class CLogInQueue;
+class CSecurityManager;
 class CSerialHandler;
 class ILog;
 struct SOptions;
@@ -46,6 +49,7 @@ public:
 
 private:
     void LoadControls(const SOptions& options);
+    void OpenAccounts(const SOptions& options);
     void OpenServer(const SOptions& options);
     void OpenIpc(const SOptions& options);
     void OpenSerialPorts(const SOptions& options);
@@ -65,11 +69,14 @@ private:
     CProjectorLogic mLogic;
     CControlTable mControls;
     CControlStore mStore;
-    CTickTimer mTick;     // drives the projector until the job scheduler takes over
-    std::string mIpcName; // of the socket
+    CTickTimer mTick; // drives the projector until the job scheduler takes over
+    std::unique_ptr<CSecurityManager> mSecurity;
+    std::unique_ptr<CLogInQueue> mLogIns; // before those who wait for its results
+    std::string mIpcName;                 // of the socket
     std::unique_ptr<CIpcEventDispatcher> mIpc;
     std::vector<std::string> mSerialNames;
     std::unique_ptr<CSerialHandler> mSerial; // its links talk to mIpc
     std::unique_ptr<CJsonRpcServer> mServer;
     std::unique_ptr<CC4jControl> mControlMethods;
+    std::unique_ptr<CC4jSession> mSessionMethods;
 };

@@ -223,6 +223,12 @@ EAccessLevel CJsonRpcTcpServer::GetClientAccessLevel(unsigned id) const noexcept
     return client == nullptr ? eAccessUser : client->mAccessLevel;
 }
 
+std::string CJsonRpcTcpServer::GetClientAddress(unsigned id) const
+{
+    const SJsonRpcClient* const client = Find(id);
+    return client == nullptr ? std::string() : AddressText(client->mPeer);
+}
+
 void CJsonRpcTcpServer::ForceClose(unsigned id)
 {
     const auto found = mClientsById.find(id);

@@ -78,6 +78,8 @@ public:
     bool IsClientConnected(unsigned id) const noexcept;
     bool SetClientAccessLevel(unsigned id, EAccessLevel level);    ///< false for an unknown id
     EAccessLevel GetClientAccessLevel(unsigned id) const noexcept; ///< 1 for an unknown id
+    /// The IPv4 address of a client, for example 10.1.2.3; empty for an unknown id.
+    std::string GetClientAddress(unsigned id) const;
     std::size_t GetClientCount() const noexcept { return mClients.size(); }
 
     void ForceClose(unsigned id); ///< closes and removes one client at once; an unknown id does nothing

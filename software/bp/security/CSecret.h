@@ -19,6 +19,8 @@ public:
 
     const std::string& Get() const noexcept { return mText; }
 
+    /// Compares in a time that tells nothing but the lengths.
+    static bool AreEqual(std::string_view left, std::string_view right) noexcept;
     static void Wipe(std::string& text) noexcept; ///< overwrites all of its memory; it is empty afterwards
 
 private:
