@@ -1,9 +1,11 @@
 // Order of construction is order of dependency; the front ends come last and go first.
 #include "apps/lanternd/CDaemon.h"
 
+#include "apps/lanternd/NMenus.h"
 #include "apps/lanternd/NProcess.h"
 #include "apps/lanternd/SOptions.h"
 #include "software/bp/c4j/CC4jControl.h"
+#include "software/bp/c4j/CC4jMenu.h"
 #include "software/bp/c4j/CC4jSession.h"
 #include "software/bp/c4j/CJsonRpcServer.h"
 #include "software/bp/security/CLogInQueue.h"
@@ -91,6 +93,7 @@ CDaemon::CDaemon(const SOptions& options, ILog& log)
     , mControls(mDispatcher,
                 [this](std::string_view code) -> IControlProxy& { return mLogic.GetProxy(code); })
     , mStore(mDispatcher, options.mStateDir + "/controls.json", mSlowClock, log)
+    , mMenu(options.mConfigDir, options.mStateDir + "/favmenu.json")
     , mTick(kTick)
 {
     NProcess::SetFinestTimerSlack();
@@ -112,6 +115,7 @@ void CDaemon::LoadControls(const SOptions& options)
     if (CProjCon* version = mDispatcher.GetControl("VER"))
         version->SetText(LANTERN_VERSION, eChangeNoApply);
     mControls.UpdateHardware();
+    NMenus::Load(mMenu, mDispatcher, mLog);
 }
 
 // The password is told before anything else can fail, because nobody will ever know it otherwise.
@@ -189,6 +193,7 @@ void CDaemon::OpenJsonRpc(const SOptions& options)
     limits.mMaxPendingBytes = options.mMaxPendingBytes;
     mServer->SetLimits(limits);
     mControlMethods = std::make_unique<CC4jControl>(*mServer);
+    mMenuMethods = std::make_unique<CC4jMenu>(*mServer, mMenu);
     mSessionMethods = std::make_unique<CC4jSession>(*mServer, *mLogIns, *mSecurity,
                                                     MakeWebToken(options.mStateDir + "/web.token", mLog));
 }

@@ -7,6 +7,7 @@
 #include "apps/lanternd/CSignalWatch.h"
 #include "apps/lanternd/CTickTimer.h"
 #include "simulator/CSimulatedProjector.h"
+#include "software/bp/c4j/CJsonMenu.h"
 #include "software/bp/hwlogic/CProjectorLogic.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/utility/CMonotonicClockHighResPosix.h"
@@ -20,6 +21,7 @@
 #include <vector>
 
 class CC4jControl;
+class CC4jMenu;
 class CC4jSession;
 class CIpcEventDispatcher;
 class CJsonRpcServer;
@@ -69,6 +71,7 @@ private:
     CProjectorLogic mLogic;
     CControlTable mControls;
     CControlStore mStore;
+    CJsonMenu mMenu;
     CTickTimer mTick; // drives the projector until the job scheduler takes over
     std::unique_ptr<CSecurityManager> mSecurity;
     std::unique_ptr<CLogInQueue> mLogIns; // before those who wait for its results
@@ -78,5 +81,6 @@ private:
     std::unique_ptr<CSerialHandler> mSerial; // its links talk to mIpc
     std::unique_ptr<CJsonRpcServer> mServer;
     std::unique_ptr<CC4jControl> mControlMethods;
+    std::unique_ptr<CC4jMenu> mMenuMethods;
     std::unique_ptr<CC4jSession> mSessionMethods;
 };
