@@ -113,6 +113,7 @@ void CDaemon::OpenIpc(const SOptions& options)
     const std::filesystem::path folder = std::filesystem::absolute(options.mRunDir).lexically_normal();
     mIpcName = NIpcSocket::MakeServerName(folder.string());
     mIpc = std::make_unique<CIpcEventDispatcher>(mDispatcher, mIpcName, mLog);
+    mIpc->SetStatusDb(&mStatus);
 }
 
 void CDaemon::OpenSerialPorts(const SOptions& options)

@@ -22,7 +22,6 @@ constexpr unsigned kModuleVersion = 1;
 
 constexpr char kUnknownModifier[] = "Unknown modifier";
 constexpr char kNoRange[] = "Group doesn't support range checking";
-constexpr char kMissingGroup[] = "Missing status group";
 
 constexpr char kNotifySummary[] = "status:notifyGroupSummary";
 constexpr char kNotifyAlarms[] = "status:notifyAlarms";
@@ -354,7 +353,7 @@ bool CC4jStatus::FindNames(const Json::Value& request, Json::Value& response,
     const bool isMissing =
         std::all_of(given.begin(), given.end(), [](const std::string& name) { return name.empty(); });
     if (isMissing)
-        MakeErrorResponse(request, response, eErrorTooFewParameters, kMissingGroup);
+        MakeErrorResponse(request, response, eErrorTooFewParameters, NStatusText::kMissingGroup);
     else
         MakeErrorResponse(request, response, eErrorUnknownRequest, NStatusText::kUnknownGroup);
     return false;

@@ -8,6 +8,7 @@
 namespace NStatusText
 {
 inline constexpr char kUnknownGroup[] = "Cannot find status group";
+inline constexpr char kMissingGroup[] = "Missing status group";
 inline constexpr char kUnknownItem[] = "Cannot find status group or item";
 
 // Item notifications carry these texts as they are, in a buffer of 1024 bytes with some 120 for the rest.
