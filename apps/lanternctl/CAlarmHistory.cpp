@@ -15,6 +15,8 @@ std::vector<CAlarmHistory::SEvent> CAlarmHistory::Take(const Json::Value& alarms
         if (!alarm.isObject() || !alarm["group"].isString() || !alarm["idx"].isInt())
             continue;
         const Key key(alarm["group"].asString(), alarm["idx"].asInt());
+        if (!mActive.emplace(key, alarm).second)
+            continue; // told already
         const auto old = before.find(key);
         if (old == before.end())
             events.push_back({appeared, alarm});
@@ -22,7 +24,6 @@ std::vector<CAlarmHistory::SEvent> CAlarmHistory::Take(const Json::Value& alarms
             events.push_back({EEvent::Changed, alarm});
         if (old != before.end())
             before.erase(old);
-        mActive[key] = alarm;
     }
     for (const auto& entry : before)
         events.push_back({EEvent::Cleared, entry.second});

@@ -51,6 +51,7 @@ CProjectorLogic::CProjectorLogic(CEventDispatcher& dispatcher, const SProjectorH
 {
     BindLens(hardware);
     BindReadouts(hardware.mCooling);
+    mMonitor.Update(std::chrono::milliseconds(0)); // nobody finds an item without a value
 }
 
 void CProjectorLogic::BindLens(const SProjectorHardware& hardware)

@@ -89,7 +89,7 @@ CIpcMessage NStatusMessages::MakeRequest(const std::string& name, const int* ind
     request.SetSubCode("");
     request.AddArg(kNameKey, name);
     if (index != nullptr)
-        request.AddArg(kIndexKey, *index, eParmNumber);
+        request.AddArg(kIndexKey, *index);
     return request;
 }
 

@@ -38,10 +38,10 @@ protected:
 
 TEST_F(StatusMessages, EveryItemIsOneReply)
 {
-    const std::string first = R"(SST! 0=-3/0 1="Fans" 2=0/0 3="" 4="Fan 2")";
-    const std::string second = R"(SST! 0=0/0 1="Fans" 2=2/0 3="0 rpm" 4="Fan 1")";
-    const std::string unknownGroup = R"(SST! 220=9/0 221="Cannot find status group")";
-    const std::string unknownItem = R"(SST! 220=9/0 221="Cannot find status group or item")";
+    const std::string first = R"(SST! 0=-3/3 1="Fans" 2=0/3 3="" 4="Fan 2")";
+    const std::string second = R"(SST! 0=0/3 1="Fans" 2=2/3 3="0 rpm" 4="Fan 1")";
+    const std::string unknownGroup = R"(SST! 220=9/3 221="Cannot find status group")";
+    const std::string unknownItem = R"(SST! 220=9/3 221="Cannot find status group or item")";
     CIpcMessage textIndex = Ask("Fans");
     textIndex.AddArg(1, "0");
     CIpcMessage withLevel = Ask("Fans", 0);
@@ -52,7 +52,7 @@ TEST_F(StatusMessages, EveryItemIsOneReply)
         {withLevel, {second}},
         {Ask("Lens"), {"SST!"}},
         {Ask("SUMM"),
-         {R"(SST! 0=0/0 1="Fans" 2=2/0 3="fans.png" 4="" ...)", R"(SST! 0=1/0 1="Lens" 2=0/0 3="" 4="")"}},
+         {R"(SST! 0=0/3 1="Fans" 2=2/3 3="fans.png" 4="" ...)", R"(SST! 0=1/3 1="Lens" 2=0/3 3="" 4="")"}},
         {Ask("ALRM"), {second}},
         {Ask("fans"), {unknownGroup}},
         {Ask(""), {unknownGroup}},
@@ -60,7 +60,7 @@ TEST_F(StatusMessages, EveryItemIsOneReply)
         {Ask("Lens", 0), {unknownItem}},
         {Ask("fans", 0), {unknownItem}},
         {textIndex, {unknownItem}},
-        {Request("SST"), {R"(SST! 220=5/0 221="Missing status group")"}},
+        {Request("SST"), {R"(SST! 220=5/3 221="Missing status group")"}},
         {Command("SST"), {R"(SST! 220=101/3 221="Control Not Found")"}},
     };
     for (const auto& [request, replies] : cases)
