@@ -111,7 +111,7 @@ TEST_F(CC4jStatusTest, ListenersGetTheirStateBeforeTheReply)
         {"status:addListener", R"(["Fans"])", fans},
         {"status:addListener", R"(["Fans",false])", ""},
         {"status:addListener", R"({"group":"Fans","sendNow":true})", fans},
-        {"status:addListener", R"({"group":["Fans","ALRM"]})", fans + alarms},
+        {"status:addListener", R"({"group":["Fans","ALRM","Fans"]})", fans + alarms},
         {"status:addListener", R"({"notifyMethod":["status:notifyGroupSummary","status:notifyAlarms"]})",
          Pushed("status:notifyGroupSummary", kSummary) + Pushed("status:notifyAlarms", "[" + kDie + "]")},
         {"status:addListener", R"(["SUMM"])", summary},
