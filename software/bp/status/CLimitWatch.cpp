@@ -25,10 +25,10 @@ EStatusLevel CLimitWatch::Update(double reading, std::chrono::milliseconds elaps
 {
     if (std::isnan(reading))
         return mStatus = eStatusAlarm;
-    const double limits[] = {mLimits.mWarning, mLimits.mAlarm};
-    constexpr EStatusLevel kLevels[] = {eStatusWarning, eStatusAlarm};
+    const std::array<double, kLimits> limits{mLimits.mWarning, mLimits.mAlarm};
+    constexpr std::array<EStatusLevel, kLimits> kLevels{eStatusWarning, eStatusAlarm};
     EStatusLevel status = eStatusOk;
-    for (std::size_t i = 0; i < mAbove.size(); ++i)
+    for (std::size_t i = 0; i < kLimits; ++i)
     {
         const bool isAbove = reading > limits[i];
         mAbove[i] = isAbove ? std::min(mAbove[i] + elapsed, mLimits.mHold) : std::chrono::milliseconds(0);

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstddef>
 
 /// When a quantity is too high, in its own unit. For one that must not be too low, watch what it lacks.
 struct SLimits
@@ -32,7 +33,9 @@ public:
     const SLimits& GetLimits() const noexcept { return mLimits; }
 
 private:
+    static constexpr std::size_t kLimits = 2; // the warning and the alarm
+
     const SLimits mLimits;
     EStatusLevel mStatus = eStatusOk;
-    std::array<std::chrono::milliseconds, 2> mAbove{}; // for how long above the warning and the alarm
+    std::array<std::chrono::milliseconds, kLimits> mAbove{}; // for how long above each
 };
