@@ -4,7 +4,9 @@
 #include "tests/support/CDaemonProcess.h"
 #include "tests/support/CTemporaryFolder.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <json/reader.h>
@@ -17,7 +19,7 @@ using Words = std::vector<std::string>;
 
 std::string MakeDamagedState(const CTemporaryFolder& folder)
 {
-    const std::string state = folder.File("s");
+    std::string state = folder.File("s");
     std::filesystem::create_directory(state);
     std::ofstream(state + "/controls.json") << "{";
     return state;
