@@ -2,7 +2,7 @@
 #pragma once
 
 #include "apps/lanternctl/CMessageLink.h"
-#include "apps/lanternctl/CSilentLog.h"
+#include "software/utility/CSilentLog.h"
 
 #include <chrono>
 #include <memory>

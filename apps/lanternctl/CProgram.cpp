@@ -5,9 +5,11 @@
 #include "apps/lanternctl/CCallCommand.h"
 #include "apps/lanternctl/CCommandFailure.h"
 #include "apps/lanternctl/CCompletionCommand.h"
+#include "apps/lanternctl/CFavCommand.h"
 #include "apps/lanternctl/CGetCommand.h"
 #include "apps/lanternctl/CInfoCommand.h"
 #include "apps/lanternctl/CListCommand.h"
+#include "apps/lanternctl/CMenuCommand.h"
 #include "apps/lanternctl/CModulesCommand.h"
 #include "apps/lanternctl/CSendCommand.h"
 #include "apps/lanternctl/CSession.h"
@@ -54,6 +56,8 @@ constexpr SCommandRow kCommands[] = {
     {"watch", "Show changes as they happen", &Make<CWatchCommand>, kOverAll},
     {"status", "Show how the projector is doing", &Make<CStatusCommand>, eOverTcp | eOverIpc},
     {"alarms", "Show what is not as it should be", &Make<CAlarmsCommand>, eOverTcp | eOverIpc},
+    {"menu", "Show a menu and what is below it", &Make<CMenuCommand>, eOverTcp},
+    {"fav", "Show or change the favourites", &Make<CFavCommand>, eOverTcp},
     {"modules", "List the groups of methods", &Make<CModulesCommand>, eOverTcp},
     {"call", "Call any method", &Make<CCallCommand>, eOverTcp},
     {"send", "Send one message as it is, over a serial line", &Make<CSendCommand>, eOverSerial},
@@ -82,8 +86,8 @@ std::string GetWords(unsigned transports)
 
 constexpr char kFooter[] =
     "Over --ipc and --serial numbers are shown and taken as they are, without decimals and units (73.5 % is\n"
-    "735, on is 1), and list, modules, call and watch --alarms are not possible, nor status and alarms over\n"
-    "--serial. Over --ipc you are the controller itself: no control is protected.\n"
+    "735, on is 1), and list, menu, fav, modules, call and watch --alarms are not possible, nor status and\n"
+    "alarms over --serial. Over --ipc you are the controller itself: no control is protected.\n"
     "Exit codes: 0 done, 1 the projector refused, 2 wrong usage, 3 no connection or no answer in time.\n"
     "Examples:\n"
     "  lanternctl set LUM 73.5\n"

@@ -9,6 +9,7 @@
 #include "apps/lanternd/CTemperatureRanges.h"
 #include "apps/lanternd/CTickTimer.h"
 #include "simulator/CSimulatedProjector.h"
+#include "software/bp/c4j/CJsonMenu.h"
 #include "software/bp/hwlogic/CProjectorLogic.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/status/CStatusDb.h"
@@ -23,6 +24,7 @@
 #include <vector>
 
 class CC4jControl;
+class CC4jMenu;
 class CC4jStatus;
 class CIpcEventDispatcher;
 class CJsonRpcServer;
@@ -72,6 +74,7 @@ private:
     CTemperatureRanges mTemperatureRanges;
     CControlTable mControls;
     CControlStore mStore;
+    CJsonMenu mMenu;
     CTickTimer mTick;     // drives the projector until the job scheduler takes over
     std::string mIpcName; // of the socket
     std::unique_ptr<CIpcEventDispatcher> mIpc;
@@ -80,4 +83,5 @@ private:
     std::unique_ptr<CJsonRpcServer> mServer;
     std::unique_ptr<CC4jControl> mControlMethods;
     std::unique_ptr<CC4jStatus> mStatusMethods;
+    std::unique_ptr<CC4jMenu> mMenuMethods;
 };
