@@ -2,6 +2,7 @@
 #include "apps/lanternctl/CProgram.h"
 
 #include "apps/lanternctl/CAccountCommand.h"
+#include "apps/lanternctl/CAlarmsCommand.h"
 #include "apps/lanternctl/CCallCommand.h"
 #include "apps/lanternctl/CCommandFailure.h"
 #include "apps/lanternctl/CCompletionCommand.h"
@@ -14,6 +15,7 @@
 #include "apps/lanternctl/CSendCommand.h"
 #include "apps/lanternctl/CSession.h"
 #include "apps/lanternctl/CSetCommand.h"
+#include "apps/lanternctl/CStatusCommand.h"
 #include "apps/lanternctl/CWatchCommand.h"
 #include "apps/lanternctl/ICommand.h"
 #include "software/utility/NUtf8.h"
@@ -53,6 +55,8 @@ constexpr SCommandRow kCommands[] = {
     {"info", "Show everything about a control", &Make<CInfoCommand>, kOverAll},
     {"list", "List the controls", &Make<CListCommand>, eOverTcp},
     {"watch", "Show changes as they happen", &Make<CWatchCommand>, kOverAll},
+    {"status", "Show how the projector is doing", &Make<CStatusCommand>, eOverTcp | eOverIpc},
+    {"alarms", "Show what is not as it should be", &Make<CAlarmsCommand>, eOverTcp | eOverIpc},
     {"menu", "Show a menu and what is below it", &Make<CMenuCommand>, eOverTcp},
     {"fav", "Show or change the favourites", &Make<CFavCommand>, eOverTcp},
     {"modules", "List the groups of methods", &Make<CModulesCommand>, eOverTcp},
@@ -74,19 +78,19 @@ constexpr STransportRow kTransports[] = {
     {eOverSerial, "a serial line (--serial)"},
 };
 
-const char* GetWords(unsigned transports)
+std::string GetWords(unsigned transports)
 {
-    return std::find_if(std::begin(kTransports), std::end(kTransports),
-                        [=](const STransportRow& t) { return (t.mTransport & transports) != 0; })
-        ->mWords;
+    std::string words;
+    for (const STransportRow& row : kTransports)
+        if ((row.mTransport & transports) != 0)
+            words += (words.empty() ? "" : " and ") + std::string(row.mWords);
+    return words;
 }
 
 constexpr char kFooter[] =
     "Over --ipc and --serial numbers are shown and taken as they are, without decimals and units (73.5 % is\n"
-    "735, on is 1), and list, menu, fav, modules and call are not possible. Over --ipc you are the "
-    "controller itself: "
-    "no\n"
-    "control is protected.\n"
+    "735, on is 1), and list, menu, fav, modules, call and watch --alarms are not possible, nor status and\n"
+    "alarms over --serial. Over --ipc you are the controller itself: no control is protected.\n"
     "Exit codes: 0 done, 1 the projector refused, 2 wrong usage, 3 no connection or no answer in time.\n"
     "Examples:\n"
     "  lanternctl set LUM 73.5\n"

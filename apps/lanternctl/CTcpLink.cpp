@@ -20,6 +20,9 @@
 namespace
 {
 constexpr char kNotification[] = "control:notify";
+// The active alarms: at the start, and at each change.
+constexpr char kAlarmState[] = "status:alarmNotify";
+constexpr char kAlarmChange[] = "status:notifyAlarms";
 
 // A projector that lost its power says nothing: after about 25 s of silence the connection counts as lost.
 struct SSocketOption
@@ -102,10 +105,36 @@ std::vector<CControlInfo> CTcpLink::List(const std::string& prefix)
     Json::Value parameters;
     if (!prefix.empty())
         parameters["prefix"] = prefix;
-    const Json::Value list = Request("control:list", "control:list", parameters);
-    if (!list.isArray())
-        NWait::FailConnection(mName + " answered something other than a list of controls");
+    const std::vector<Json::Value> list =
+        RequestArray("control:list", "control:list", parameters, "controls");
     return std::vector<CControlInfo>(list.begin(), list.end());
+}
+
+std::vector<std::string> CTcpLink::GetStatusGroups()
+{
+    std::vector<std::string> names;
+    for (const Json::Value& group :
+         RequestArray("status", "status:getGroups", Json::Value(), "status groups"))
+        if (group.isObject() && group["group"].isString())
+            names.push_back(group["group"].asString());
+    return names;
+}
+
+std::vector<Json::Value> CTcpLink::GetStatusItems(const std::string& group)
+{
+    Json::Value parameters(Json::objectValue);
+    parameters["group"] = group;
+    return RequestItems(group, "status:getItems", parameters);
+}
+
+std::vector<Json::Value> CTcpLink::GetAlarms()
+{
+    return RequestItems("alarms", "status:getAlarms", Json::Value());
+}
+
+void CTcpLink::WatchAlarms()
+{
+    Request("alarms", "status:addAlarmListener", Json::Value());
 }
 
 void CTcpLink::Watch(const std::vector<std::string>& codes)
@@ -202,6 +231,25 @@ Json::Value CTcpLink::RequestMembers(const std::string& code, const std::string&
     return members;
 }
 
+std::vector<Json::Value> CTcpLink::RequestArray(const std::string& subject, const std::string& method,
+                                                const Json::Value& parameters, const char* what)
+{
+    const Json::Value array = Request(subject, method, parameters);
+    if (!array.isArray())
+        NWait::FailConnection(mName + " answered something other than a list of " + what);
+    return std::vector<Json::Value>(array.begin(), array.end());
+}
+
+std::vector<Json::Value> CTcpLink::RequestItems(const std::string& subject, const std::string& method,
+                                                const Json::Value& parameters)
+{
+    std::vector<Json::Value> items = RequestArray(subject, method, parameters, "status items");
+    items.erase(
+        std::remove_if(items.begin(), items.end(), [](const Json::Value& item) { return !item.isObject(); }),
+        items.end());
+    return items;
+}
+
 void CTcpLink::Connect()
 {
     const std::optional<sockaddr_in> address = NAddress::Resolve(mHost, mClient.GetPort());
@@ -235,6 +283,8 @@ void CTcpLink::Sort(const Json::Value& message)
     const Json::Value& method = message["method"];
     if (method.isString() && method.asString() == kNotification)
         mChanges.push_back(message["params"]);
+    else if (method.isString() && (method.asString() == kAlarmState || method.asString() == kAlarmChange))
+        mChanges.emplace_back(Json::objectValue)["alarms"] = message["params"];
     else if (IsReplyTo(mLastId, message))
         mReply = message;
 }

@@ -7,6 +7,7 @@
 #include "software/bp/c4j/CC4jControl.h"
 #include "software/bp/c4j/CC4jMenu.h"
 #include "software/bp/c4j/CC4jSession.h"
+#include "software/bp/c4j/CC4jStatus.h"
 #include "software/bp/c4j/CJsonRpcServer.h"
 #include "software/bp/security/CLogInQueue.h"
 #include "software/bp/security/CSecret.h"
@@ -89,7 +90,9 @@ CDaemon::CDaemon(const SOptions& options, ILog& log)
     : mLog(log)
     , mStateLock(OpenStateFolder(options.mStateDir) + "/lanternd.lock", "state in " + options.mStateDir)
     , mDispatcher(log)
-    , mLogic(mDispatcher, mProjector.GetHardware(), log)
+    , mStatus(log)
+    , mLogic(mDispatcher, mProjector.GetHardware(), mStatus, log)
+    , mSystemStatus(mStatus)
     , mControls(mDispatcher,
                 [this](std::string_view code) -> IControlProxy& { return mLogic.GetProxy(code); })
     , mStore(mDispatcher, options.mStateDir + "/controls.json", mSlowClock, log)
@@ -111,6 +114,9 @@ void CDaemon::LoadControls(const SOptions& options)
     mTexts.Load(options.mConfigDir + "/texts." + options.mLanguage + ".json");
     mDispatcher.SetTextCatalog(&mTexts);
     mControls.Load(options.mConfigDir + "/controls.json");
+    mStore.SetLastingValue([this](const CProjCon& control) { return mLogic.GetLastingValue(control); });
+    mStore.SetTroubleHandler([this](EStatusLevel level, const std::string& text)
+                             { mSystemStatus.Report(ESystemItem::ControlValues, level, text); });
     mStore.Load();
     if (CProjCon* version = mDispatcher.GetControl("VER"))
         version->SetText(LANTERN_VERSION, eChangeNoApply);
@@ -153,6 +159,7 @@ void CDaemon::OpenIpc(const SOptions& options)
     const std::filesystem::path folder = std::filesystem::absolute(options.mRunDir).lexically_normal();
     mIpcName = NIpcSocket::MakeServerName(folder.string());
     mIpc = std::make_unique<CIpcEventDispatcher>(mDispatcher, mIpcName, mLog);
+    mIpc->SetStatusDb(&mStatus);
 }
 
 void CDaemon::OpenSerialPorts(const SOptions& options)
@@ -193,6 +200,8 @@ void CDaemon::OpenJsonRpc(const SOptions& options)
     limits.mMaxPendingBytes = options.mMaxPendingBytes;
     mServer->SetLimits(limits);
     mControlMethods = std::make_unique<CC4jControl>(*mServer);
+    mStatusMethods = std::make_unique<CC4jStatus>(*mServer, mStatus);
+    mStatusMethods->AddGroupAdditionalHandler(CStatusMonitor::kTemperatures, mTemperatureRanges);
     mMenuMethods = std::make_unique<CC4jMenu>(*mServer, mMenu);
     mSessionMethods = std::make_unique<CC4jSession>(*mServer, *mLogIns, *mSecurity,
                                                     MakeWebToken(options.mStateDir + "/web.token", mLog));

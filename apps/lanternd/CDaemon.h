@@ -5,11 +5,14 @@
 #include "apps/lanternd/CControlTable.h"
 #include "apps/lanternd/CLockFile.h"
 #include "apps/lanternd/CSignalWatch.h"
+#include "apps/lanternd/CSystemStatus.h"
+#include "apps/lanternd/CTemperatureRanges.h"
 #include "apps/lanternd/CTickTimer.h"
 #include "simulator/CSimulatedProjector.h"
 #include "software/bp/c4j/CJsonMenu.h"
 #include "software/bp/hwlogic/CProjectorLogic.h"
 #include "software/bp/serial/CEventDispatcher.h"
+#include "software/bp/status/CStatusDb.h"
 #include "software/utility/CMonotonicClockHighResPosix.h"
 #include "software/utility/CMonotonicClockLowRes.h"
 #include "software/utility/CTextCatalog.h"
@@ -23,6 +26,7 @@
 class CC4jControl;
 class CC4jMenu;
 class CC4jSession;
+class CC4jStatus;
 class CIpcEventDispatcher;
 class CJsonRpcServer;
 class CLogInQueue;
@@ -67,8 +71,11 @@ private:
     CMonotonicClockLowRes mSlowClock; // for what takes longer than the other one's 42 s
     CTextCatalog mTexts;
     CEventDispatcher mDispatcher;
+    CStatusDb mStatus;
     CSimulatedProjector mProjector;
     CProjectorLogic mLogic;
+    CSystemStatus mSystemStatus; // behind the groups of the hardware
+    CTemperatureRanges mTemperatureRanges;
     CControlTable mControls;
     CControlStore mStore;
     CJsonMenu mMenu;
@@ -81,6 +88,7 @@ private:
     std::unique_ptr<CSerialHandler> mSerial; // its links talk to mIpc
     std::unique_ptr<CJsonRpcServer> mServer;
     std::unique_ptr<CC4jControl> mControlMethods;
+    std::unique_ptr<CC4jStatus> mStatusMethods;
     std::unique_ptr<CC4jMenu> mMenuMethods;
     std::unique_ptr<CC4jSession> mSessionMethods;
 };

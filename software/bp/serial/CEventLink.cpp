@@ -3,6 +3,8 @@
 
 #include "software/bp/serial/CIpcSocketClient.h"
 #include "software/bp/serial/NIpcMsgUtil.h"
+#include "software/bp/serial/NStatusMessages.h"
+#include "software/bp/status/CStatusDb.h"
 #include "software/include/ILog.h"
 #include "software/utility/CIpcMessage.h"
 #include "software/utility/NUtf8.h"
@@ -111,6 +113,53 @@ EError CEventLink::SetValue(int accessGroup, const std::string& code, int value)
     command.AddArg(0, value);
     CIpcMessage reply;
     return SendCommand(accessGroup, command, reply, mTimeoutMs);
+}
+
+// --- Status ------------------------------------------------------------------------------------------------
+
+EError CEventLink::RequestStatus(int accessGroup, CIpcMessage&& request, std::vector<SStatus>& items)
+{
+    items.clear();
+    std::list<CIpcMessage> replies;
+    const EError error = SendRequest(accessGroup, request, replies, mTimeoutMs);
+    if (error != eErrorNone)
+        return error;
+    for (const CIpcMessage& reply : replies)
+        if (SStatus item; NStatusMessages::ReadItem(reply, item))
+            items.push_back(std::move(item));
+    return eErrorNone;
+}
+
+EError CEventLink::GetStatus(int accessGroup, std::vector<SStatusGroup>& groups)
+{
+    groups.clear();
+    std::vector<SStatus> items;
+    const EError error =
+        RequestStatus(accessGroup, NStatusMessages::MakeRequest(CStatusDb::kSummaryName), items);
+    for (SStatus& item : items)
+        groups.push_back({item.mGroup, item.mGroup, item.mStatus, std::move(item.mValue)});
+    return error;
+}
+
+EError CEventLink::GetStatus(int accessGroup, const std::string& group, int index, SStatus& item)
+{
+    std::vector<SStatus> items;
+    const EError error = RequestStatus(accessGroup, NStatusMessages::MakeRequest(group, &index), items);
+    if (error == eErrorNone && items.empty())
+        return eErrorUnknownRequest;
+    if (error == eErrorNone)
+        item = std::move(items.front());
+    return error;
+}
+
+EError CEventLink::GetStatusGroup(int accessGroup, const std::string& group, std::vector<SStatus>& items)
+{
+    return RequestStatus(accessGroup, NStatusMessages::MakeRequest(group), items);
+}
+
+EError CEventLink::GetGlobalAlerts(int accessGroup, std::vector<SStatus>& alarms)
+{
+    return RequestStatus(accessGroup, NStatusMessages::MakeRequest(CStatusDb::kAlarmsName), alarms);
 }
 
 // --- Notifications -----------------------------------------------------------------------------------------

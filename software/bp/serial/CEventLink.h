@@ -4,12 +4,14 @@
 #include "software/bp/serial/CRetryingLink.h"
 #include "software/bp/serial/IIpcClient.h"
 #include "software/bp/serial/NIpcSocket.h"
+#include "software/bp/status/SStatus.h"
 #include "software/include/EError.h"
 
 #include <list>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 class CIpcMessage;
 class ILog;
@@ -50,6 +52,15 @@ public:
     EError GetValue(int accessGroup, const std::string& code, int& value); ///< 103: it is a text
     EError SetValue(int accessGroup, const std::string& code, int value);
 
+    // Status. An unknown group or item, and a process without a status database, are error 9 and 101; each
+    // list is replaced, also on a failure.
+
+    EError GetStatus(int accessGroup, std::vector<SStatusGroup>& groups); ///< with the worst status of each
+    EError GetStatus(int accessGroup, const std::string& group, int index, SStatus& item);
+    EError GetStatusGroup(int accessGroup, const std::string& group,
+                          std::vector<SStatus>& items);                    ///< in display order
+    EError GetGlobalAlerts(int accessGroup, std::vector<SStatus>& alarms); ///< active, the worst first
+
     /// Registrations are counted: each takes an unregistration of its own. One message is all or nothing; a
     /// list of more than 100 codes is sent as several, and ends at the first that is refused. A protected
     /// control is left out for a caller without the level.
@@ -79,6 +90,7 @@ public:
 
 private:
     EError Request(int accessGroup, const std::string& code, CIpcMessage& reply);
+    EError RequestStatus(int accessGroup, CIpcMessage&& request, std::vector<SStatus>& items);
     EError SendRegistrations(int accessGroup, const std::list<SControlSet>& controls, bool registers);
     bool OpenNotify();
 

@@ -8,6 +8,7 @@
 #include "software/bp/serial/NControlMessages.h"
 #include "software/bp/serial/NIpcMsgUtil.h"
 #include "software/bp/serial/NIpcSocket.h"
+#include "software/bp/serial/NStatusMessages.h"
 #include "software/include/ILog.h"
 
 #include <algorithm>
@@ -105,6 +106,7 @@ void CIpcEventDispatcher::ProcessEvents()
 // The codes that a function of their own answers instead of a control. A further one is a row here.
 const CIpcEventDispatcher::SCode CIpcEventDispatcher::kCodes[] = {
     {NIpcMsgUtil::kRegistrationCode, EKind::Command, &CIpcEventDispatcher::AnswerRegistration},
+    {NStatusMessages::kCode, EKind::Request, &CIpcEventDispatcher::AnswerStatus},
 };
 
 void CIpcEventDispatcher::HandleMessage(CIpcMessage& message, std::list<CIpcMessage>& replies)
@@ -161,6 +163,15 @@ void CIpcEventDispatcher::AnswerRegistration(CIpcMessage& message, std::list<CIp
     CIpcMessage& reply = replies.emplace_back(MakeReplyTo(message));
     if (result.mError != eErrorNone)
         NIpcMsgUtil::MakeErrorResponse(reply, result.mError, result.mText);
+}
+
+// The status is open to all.
+void CIpcEventDispatcher::AnswerStatus(CIpcMessage& message, std::list<CIpcMessage>& replies)
+{
+    if (mStatus == nullptr)
+        return ProcessRequests(message, replies);
+    message.RemoveArg(eIpcArgAccessGroup);
+    NStatusMessages::AnswerRequest(*mStatus, message, MakeReplyTo(message), replies);
 }
 
 void CIpcEventDispatcher::ProcessCommands(CIpcMessage& command, CIpcMessage& reply)

@@ -15,6 +15,7 @@
 class CEventDispatcher;
 class CIpcCaller;
 class CProjCon;
+class CStatusDb;
 class ILog;
 
 /// Applies commands, answers requests, keeps registrations and sends notifications, for other processes over
@@ -42,6 +43,10 @@ public:
     /// Readable when `ProcessEvents` has something to do: the host adds it to its wait once. Besides, it
     /// calls `ProcessEvents` several times a second, for what is tried again later.
     int GetDescriptor() const noexcept { return mSelect.GetDescriptor(); }
+
+    /// The database that requests with the code "SST" are answered from, see `NStatusMessages`; null, as at
+    /// first: there is no such code. Not owned.
+    void SetStatusDb(const CStatusDb* status) noexcept { mStatus = status; }
 
     /// Handles any message: a command, a request or a registration (code "NOT").
     /// @param message  loses its argument 231
@@ -82,10 +87,12 @@ private:
     void AnswerWanted(CIpcMessage& message, std::list<CIpcMessage>& replies);
     void Answer(CIpcMessage& message, std::list<CIpcMessage>& replies);
     void AnswerRegistration(CIpcMessage& message, std::list<CIpcMessage>& replies);
+    void AnswerStatus(CIpcMessage& message, std::list<CIpcMessage>& replies);
     CProjCon* FindControl(const std::string& code, const CIpcCaller& caller, CIpcMessage& reply);
 
     CEventDispatcher& mDispatcher;
     ILog& mLog;
+    const CStatusDb* mStatus = nullptr;
     CSelectWrapper mSelect;
     CIpcClients mClients;
     CIpcNotifier mNotifier;
