@@ -138,6 +138,9 @@ void CDaemon::OpenAccounts(const SOptions& options)
     }
     CSecret::Wipe(password);
     mLogIns = std::make_unique<CLogInQueue>(*mSecurity);
+    mLogIns->SetProblemObserver(
+        [this](const std::string& problem)
+        { mSystemStatus.Report(ESystemItem::Accounts, problem.empty() ? eStatusOk : eStatusAlarm, problem); });
 }
 
 // The network comes last: nobody connects to a daemon that then refuses to start.
