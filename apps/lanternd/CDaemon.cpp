@@ -5,6 +5,7 @@
 #include "apps/lanternd/NReason.h"
 #include "apps/lanternd/SOptions.h"
 #include "software/bp/c4j/CC4jControl.h"
+#include "software/bp/c4j/CC4jStatus.h"
 #include "software/bp/c4j/CJsonRpcServer.h"
 #include "software/bp/serial/CCommPort.h"
 #include "software/bp/serial/CEventLink.h"
@@ -63,7 +64,9 @@ CDaemon::CDaemon(const SOptions& options, ILog& log)
     : mLog(log)
     , mStateLock(OpenStateFolder(options.mStateDir) + "/lanternd.lock", "state in " + options.mStateDir)
     , mDispatcher(log)
-    , mLogic(mDispatcher, mProjector.GetHardware(), log)
+    , mStatus(log)
+    , mLogic(mDispatcher, mProjector.GetHardware(), mStatus, log)
+    , mSystemStatus(mStatus)
     , mControls(mDispatcher,
                 [this](std::string_view code) -> IControlProxy& { return mLogic.GetProxy(code); })
     , mStore(mDispatcher, options.mStateDir + "/controls.json", mSlowClock, log)
@@ -83,6 +86,9 @@ void CDaemon::LoadControls(const SOptions& options)
     mTexts.Load(options.mConfigDir + "/texts." + options.mLanguage + ".json");
     mDispatcher.SetTextCatalog(&mTexts);
     mControls.Load(options.mConfigDir + "/controls.json");
+    mStore.SetLastingValue([this](const CProjCon& control) { return mLogic.GetLastingValue(control); });
+    mStore.SetTroubleHandler([this](EStatusLevel level, const std::string& text)
+                             { mSystemStatus.Report(ESystemItem::ControlValues, level, text); });
     mStore.Load();
     if (CProjCon* version = mDispatcher.GetControl("VER"))
         version->SetText(LANTERN_VERSION, eChangeNoApply);
@@ -147,6 +153,8 @@ void CDaemon::OpenJsonRpc(const SOptions& options)
     limits.mMaxPendingBytes = options.mMaxPendingBytes;
     mServer->SetLimits(limits);
     mControlMethods = std::make_unique<CC4jControl>(*mServer);
+    mStatusMethods = std::make_unique<CC4jStatus>(*mServer, mStatus);
+    mStatusMethods->AddGroupAdditionalHandler(CStatusMonitor::kTemperatures, mTemperatureRanges);
 }
 
 void CDaemon::PrintReady(std::ostream& out) const

@@ -5,10 +5,13 @@
 #include "apps/lanternd/CControlTable.h"
 #include "apps/lanternd/CLockFile.h"
 #include "apps/lanternd/CSignalWatch.h"
+#include "apps/lanternd/CSystemStatus.h"
+#include "apps/lanternd/CTemperatureRanges.h"
 #include "apps/lanternd/CTickTimer.h"
 #include "simulator/CSimulatedProjector.h"
 #include "software/bp/hwlogic/CProjectorLogic.h"
 #include "software/bp/serial/CEventDispatcher.h"
+#include "software/bp/status/CStatusDb.h"
 #include "software/utility/CMonotonicClockHighResPosix.h"
 #include "software/utility/CMonotonicClockLowRes.h"
 #include "software/utility/CTextCatalog.h"
@@ -20,6 +23,7 @@
 #include <vector>
 
 class CC4jControl;
+class CC4jStatus;
 class CIpcEventDispatcher;
 class CJsonRpcServer;
 class CSerialHandler;
@@ -61,8 +65,11 @@ private:
     CMonotonicClockLowRes mSlowClock; // for what takes longer than the other one's 42 s
     CTextCatalog mTexts;
     CEventDispatcher mDispatcher;
+    CStatusDb mStatus;
     CSimulatedProjector mProjector;
     CProjectorLogic mLogic;
+    CSystemStatus mSystemStatus; // behind the groups of the hardware
+    CTemperatureRanges mTemperatureRanges;
     CControlTable mControls;
     CControlStore mStore;
     CTickTimer mTick;     // drives the projector until the job scheduler takes over
@@ -72,4 +79,5 @@ private:
     std::unique_ptr<CSerialHandler> mSerial; // its links talk to mIpc
     std::unique_ptr<CJsonRpcServer> mServer;
     std::unique_ptr<CC4jControl> mControlMethods;
+    std::unique_ptr<CC4jStatus> mStatusMethods;
 };

@@ -77,6 +77,11 @@ std::size_t NUtf8::CutLength(std::string_view text, std::size_t maxBytes) noexce
     return IsContinuation(text[length]) ? maxBytes : length; // malformed: there is no border to find
 }
 
+std::size_t NUtf8::CharacterLength(std::string_view text) noexcept
+{
+    return text.empty() ? 0 : Decode(text).mLength;
+}
+
 void NUtf8::AppendPrintable(std::string& line, std::string_view text)
 {
     while (!text.empty())
