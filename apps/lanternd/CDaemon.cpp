@@ -3,6 +3,7 @@
 
 #include "apps/lanternd/NProcess.h"
 #include "apps/lanternd/NReason.h"
+#include "apps/lanternd/NThermalFile.h"
 #include "apps/lanternd/SOptions.h"
 #include "software/bp/c4j/CC4jControl.h"
 #include "software/bp/c4j/CC4jStatus.h"
@@ -18,9 +19,11 @@
 #include "software/bp/serial/NIpcSocket.h"
 #include "software/include/ILog.h"
 #include "software/utility/CException.h"
+#include "software/utility/CStopwatch.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <exception>
 #include <filesystem>
 #include <ostream>
@@ -32,7 +35,9 @@
 namespace
 {
 constexpr char kSource[] = "apps/lanternd/CDaemon";
-constexpr std::chrono::milliseconds kTick(20);
+constexpr std::chrono::milliseconds kSimulatorPeriod(20);
+constexpr std::chrono::milliseconds kStorePeriod(100);
+constexpr std::chrono::milliseconds kRest(20);   // after a pass that failed
 constexpr std::size_t kReservedDescriptors = 64; // for files, logs, timers and the other front ends
 
 // Made private to the daemon's account and group when it is missing.
@@ -67,19 +72,38 @@ CDaemon::CDaemon(const SOptions& options, ILog& log)
     , mStatus(log)
     , mLogic(mDispatcher, mProjector.GetHardware(), mStatus, log)
     , mSystemStatus(mStatus)
-    , mControls(mDispatcher,
-                [this](std::string_view code) -> IControlProxy& { return mLogic.GetProxy(code); })
+    , mControls(mDispatcher, [this](std::string_view code) -> IControlProxy& { return GetProxy(code); })
     , mStore(mDispatcher, options.mStateDir + "/controls.json", mSlowClock, log)
-    , mTick(kTick)
+    , mScheduler(mClock, log)
 {
     NProcess::SetFinestTimerSlack();
     mLog.LogFYI(eFyiStartup, "lanternd %s keeps its state in %s and is configured by %s", LANTERN_VERSION,
                 options.mStateDir.c_str(), options.mConfigDir.c_str());
     LoadControls(options);
+    mLogic.ConfigureThermal(NThermalFile::Load(options.mConfigDir + "/thermal.json"));
+    RegisterJobs();
     OpenServer(options);
 }
 
 CDaemon::~CDaemon() = default;
+
+IControlProxy& CDaemon::GetProxy(std::string_view code) noexcept
+{
+    return CSimulatedFaults::Serves(code) ? mProjector.GetFaults() : mLogic.GetProxy(code);
+}
+
+void CDaemon::RegisterJobs()
+{
+    const auto ms = [](std::chrono::milliseconds period)
+    { return static_cast<std::uint32_t>(period.count()); };
+    mScheduler.RegisterJob(
+        "simulator", [this, watch = CStopwatch(mClock)]() mutable { mProjector.Advance(watch.Take()); },
+        ms(kSimulatorPeriod));
+    mLogic.RegisterJobs(mScheduler, mClock);
+    mScheduler.RegisterJob(
+        "store", [this] { mStore.Update(); }, ms(kStorePeriod));
+    mJobTimer.Arm(mScheduler.GetTimeToNextJobUs());
+}
 
 void CDaemon::LoadControls(const SOptions& options)
 {
@@ -101,7 +125,8 @@ void CDaemon::OpenServer(const SOptions& options)
     OpenIpc(options);
     OpenSerialPorts(options);
     OpenJsonRpc(options);
-    mServer->AddWakeDescriptor(mTick.GetDescriptor());
+    mServer->AddWakeDescriptor(mJobTimer.GetDescriptor());
+    mServer->AddWakeDescriptor(mScheduler.GetWakeDescriptor());
     mServer->AddWakeDescriptor(mSignals.GetDescriptor());
     mServer->AddWakeDescriptor(mIpc->GetDescriptor());
     mServer->AddWakeDescriptor(mSerial->GetDescriptor());
@@ -192,8 +217,7 @@ bool CDaemon::RunPass(bool isWoken)
         {
             mDispatcher.Update(); // the local IPC
             mSerial->Update();
-            Advance();
-            mStore.Update();
+            RunJobs();
         }
         mServer->ProcessMessages();
         return mServer->IsWoken();
@@ -201,16 +225,16 @@ bool CDaemon::RunPass(bool isWoken)
     catch (const std::exception& error)
     {
         mLog.LogError("A pass of the loop ended early: %s", error.what());
-        std::this_thread::sleep_for(kTick); // what failed may fail for ever, and must not take the whole core
+        std::this_thread::sleep_for(kRest); // what failed may fail for ever, and must not take the whole core
         return true;
     }
 }
 
-void CDaemon::Advance()
+void CDaemon::RunJobs()
 {
-    const std::chrono::milliseconds elapsed = mTick.TakeElapsed();
-    if (elapsed.count() == 0)
+    // Woken by something else: the timer is armed already, for nothing else registers jobs.
+    if (mScheduler.GetTimeToNextJobUs().value_or(1) != 0)
         return;
-    mProjector.Advance(elapsed);
-    mLogic.Advance(elapsed);
+    mScheduler.Run();
+    mJobTimer.Arm(mScheduler.GetTimeToNextJobUs());
 }

@@ -3,15 +3,16 @@
 
 #include "apps/lanternd/CControlStore.h"
 #include "apps/lanternd/CControlTable.h"
+#include "apps/lanternd/CJobTimer.h"
 #include "apps/lanternd/CLockFile.h"
 #include "apps/lanternd/CSignalWatch.h"
 #include "apps/lanternd/CSystemStatus.h"
 #include "apps/lanternd/CTemperatureRanges.h"
-#include "apps/lanternd/CTickTimer.h"
 #include "simulator/CSimulatedProjector.h"
 #include "software/bp/hwlogic/CProjectorLogic.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/status/CStatusDb.h"
+#include "software/utility/CJobScheduler.h"
 #include "software/utility/CMonotonicClockHighResPosix.h"
 #include "software/utility/CMonotonicClockLowRes.h"
 #include "software/utility/CTextCatalog.h"
@@ -20,6 +21,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class CC4jControl;
@@ -27,6 +29,7 @@ class CC4jStatus;
 class CIpcEventDispatcher;
 class CJsonRpcServer;
 class CSerialHandler;
+class IControlProxy;
 class ILog;
 struct SOptions;
 
@@ -56,7 +59,9 @@ private:
     void OpenJsonRpc(const SOptions& options);
     void CloseServer();
     bool RunPass(bool isWoken); ///< @returns whether one of the daemon's own descriptors woke the wait
-    void Advance();
+    IControlProxy& GetProxy(std::string_view code) noexcept;
+    void RegisterJobs();
+    void RunJobs();
 
     ILog& mLog;
     CSignalWatch mSignals; // before the first thread starts, so that all of them leave the signals to it
@@ -72,7 +77,8 @@ private:
     CTemperatureRanges mTemperatureRanges;
     CControlTable mControls;
     CControlStore mStore;
-    CTickTimer mTick;     // drives the projector until the job scheduler takes over
+    CJobScheduler mScheduler; // its jobs work on what stands above
+    CJobTimer mJobTimer;
     std::string mIpcName; // of the socket
     std::unique_ptr<CIpcEventDispatcher> mIpc;
     std::vector<std::string> mSerialNames;

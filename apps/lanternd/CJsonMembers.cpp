@@ -53,6 +53,14 @@ int CJsonMembers::TakeInt(const char* name, int lowest, int highest, int otherwi
     return Has(name) ? TakeInt(name, lowest, highest) : otherwise;
 }
 
+double CJsonMembers::TakeNumber(const char* name)
+{
+    const Json::Value& value = Take(name);
+    if (!value.isDouble()) // true for whole numbers too
+        Refuse(name, "must be a number");
+    return value.asDouble();
+}
+
 bool CJsonMembers::TakeBool(const char* name)
 {
     const Json::Value& value = Take(name);
@@ -84,6 +92,14 @@ const Json::Value& CJsonMembers::TakeArray(const char* name)
     const Json::Value& value = Take(name);
     if (!value.isArray() || value.empty())
         Refuse(name, "must be an array with at least one element");
+    return value;
+}
+
+const Json::Value& CJsonMembers::TakeObject(const char* name)
+{
+    const Json::Value& value = Take(name);
+    if (!value.isObject())
+        Refuse(name, "must be an object");
     return value;
 }
 

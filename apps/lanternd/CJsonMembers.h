@@ -19,11 +19,13 @@ public:
     bool Has(const char* name) const;
     int TakeInt(const char* name, int lowest, int highest);
     int TakeInt(const char* name, int lowest, int highest, int otherwise); ///< `otherwise` when it is missing
+    double TakeNumber(const char* name);                                   ///< any number
     bool TakeBool(const char* name);
     bool TakeBool(const char* name, bool otherwise);
     std::string TakeText(const char* name); ///< well-formed, without NUL
     std::string TakeText(const char* name, const std::string& otherwise);
     const Json::Value& TakeArray(const char* name); ///< one that is not empty
+    const Json::Value& TakeObject(const char* name);
 
     void Finish() const; ///< refuses members that were not taken
 
