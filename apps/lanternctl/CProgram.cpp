@@ -6,6 +6,7 @@
 #include "apps/lanternctl/CCompletionCommand.h"
 #include "apps/lanternctl/CGetCommand.h"
 #include "apps/lanternctl/CInfoCommand.h"
+#include "apps/lanternctl/CJobsCommand.h"
 #include "apps/lanternctl/CListCommand.h"
 #include "apps/lanternctl/CModulesCommand.h"
 #include "apps/lanternctl/CSendCommand.h"
@@ -51,6 +52,7 @@ constexpr SCommandRow kCommands[] = {
     {"list", "List the controls", &Make<CListCommand>, eOverTcp},
     {"watch", "Show changes as they happen", &Make<CWatchCommand>, kOverAll},
     {"modules", "List the groups of methods", &Make<CModulesCommand>, eOverTcp},
+    {"jobs", "Show the periodic work of the controller", &Make<CJobsCommand>, eOverTcp},
     {"call", "Call any method", &Make<CCallCommand>, eOverTcp},
     {"send", "Send one message as it is, over a serial line", &Make<CSendCommand>, eOverSerial},
     {"completion", "Print a completion script for a shell", &Make<CCompletionCommand>, kOverAll},
@@ -76,7 +78,8 @@ const char* GetWords(unsigned transports)
 
 constexpr char kFooter[] =
     "Over --ipc and --serial numbers are shown and taken as they are, without decimals and units (73.5 % is\n"
-    "735, on is 1), and list, modules and call are not possible. Over --ipc you are the controller itself: "
+    "735, on is 1), and list, modules, jobs and call are not possible. Over --ipc you are the controller "
+    "itself: "
     "no\n"
     "control is protected.\n"
     "Exit codes: 0 done, 1 the projector refused, 2 wrong usage, 3 no connection or no answer in time.\n"

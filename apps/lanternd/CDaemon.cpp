@@ -7,6 +7,7 @@
 #include "apps/lanternd/SOptions.h"
 #include "software/bp/c4j/CC4jControl.h"
 #include "software/bp/c4j/CC4jStatus.h"
+#include "software/bp/c4j/CC4jSystem.h"
 #include "software/bp/c4j/CJsonRpcServer.h"
 #include "software/bp/serial/CCommPort.h"
 #include "software/bp/serial/CEventLink.h"
@@ -180,6 +181,7 @@ void CDaemon::OpenJsonRpc(const SOptions& options)
     mControlMethods = std::make_unique<CC4jControl>(*mServer);
     mStatusMethods = std::make_unique<CC4jStatus>(*mServer, mStatus);
     mStatusMethods->AddGroupAdditionalHandler(CStatusMonitor::kTemperatures, mTemperatureRanges);
+    mSystemMethods = std::make_unique<CC4jSystem>(*mServer, mScheduler);
 }
 
 void CDaemon::PrintReady(std::ostream& out) const

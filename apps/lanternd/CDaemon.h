@@ -26,6 +26,7 @@
 
 class CC4jControl;
 class CC4jStatus;
+class CC4jSystem;
 class CIpcEventDispatcher;
 class CJsonRpcServer;
 class CSerialHandler;
@@ -86,4 +87,5 @@ private:
     std::unique_ptr<CJsonRpcServer> mServer;
     std::unique_ptr<CC4jControl> mControlMethods;
     std::unique_ptr<CC4jStatus> mStatusMethods;
+    std::unique_ptr<CC4jSystem> mSystemMethods;
 };

@@ -95,8 +95,8 @@ TEST_F(LanternCtl, SaysWhyItDidNot)
         {{"fly"},
          2,
          "",
-         "lanternctl: no such command \"fly\"; one of: get, set, info, list, watch, modules, call, send, "
-         "completion "
+         "lanternctl: no such command \"fly\"; one of: get, set, info, list, watch, modules, jobs, call, "
+         "send, completion "
          "(see lanternctl --help)\n"},
         {{"set", "NME", "-x"},
          2,
@@ -282,7 +282,7 @@ TEST_F(LanternCtl, PeopleGetUnitsAndNothingThatSteersTheirTerminal)
 TEST_F(LanternCtl, CompletionOffersWhatFits)
 {
     const std::pair<std::string, std::string> rows[] = {
-        {"''", "get set info list watch modules call send completion"},
+        {"''", "get set info list watch modules jobs call send completion"},
         {"se", "set send"},
         {"list --fo", "--format"},
         {"list --format c", "codes"},
