@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Draws docs/thermal.png: temperature and fan of the image device while the light goes from 10 % to 100 %.
 
     scripts/setup --for plot
@@ -115,7 +115,7 @@ def main():
     for axes in (heat, fan):
         axes.axvline(0, color="black", linewidth=1)
         axes.grid(alpha=0.3)
-        axes.legend(loc="lower right")
+        axes.legend(loc="upper left")
     heat.set_title("Image device while the light goes from 10 % to 100 % at 0 s")
     heat.set_ylabel("TP1, °C")
     fan.set_ylabel("FN1, rpm")

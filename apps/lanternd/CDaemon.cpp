@@ -103,7 +103,7 @@ void CDaemon::RegisterJobs()
     mLogic.RegisterJobs(mScheduler, mClock);
     mScheduler.RegisterJob(
         "store", [this] { mStore.Update(); }, ms(kStorePeriod));
-    mJobTimer.Arm(mScheduler.GetTimeToNextJobUs());
+    mJobTimer.Arm();
 }
 
 void CDaemon::LoadControls(const SOptions& options)
@@ -219,7 +219,7 @@ bool CDaemon::RunPass(bool isWoken)
         {
             mDispatcher.Update(); // the local IPC
             mSerial->Update();
-            RunJobs();
+            mJobTimer.Run();
         }
         mServer->ProcessMessages();
         return mServer->IsWoken();
@@ -230,13 +230,4 @@ bool CDaemon::RunPass(bool isWoken)
         std::this_thread::sleep_for(kRest); // what failed may fail for ever, and must not take the whole core
         return true;
     }
-}
-
-void CDaemon::RunJobs()
-{
-    // Woken by something else: the timer is armed already, for nothing else registers jobs.
-    if (mScheduler.GetTimeToNextJobUs().value_or(1) != 0)
-        return;
-    mScheduler.Run();
-    mJobTimer.Arm(mScheduler.GetTimeToNextJobUs());
 }

@@ -62,7 +62,6 @@ private:
     bool RunPass(bool isWoken); ///< @returns whether one of the daemon's own descriptors woke the wait
     IControlProxy& GetProxy(std::string_view code) noexcept;
     void RegisterJobs();
-    void RunJobs();
 
     ILog& mLog;
     CSignalWatch mSignals; // before the first thread starts, so that all of them leave the signals to it
@@ -79,7 +78,7 @@ private:
     CControlTable mControls;
     CControlStore mStore;
     CJobScheduler mScheduler; // its jobs work on what stands above
-    CJobTimer mJobTimer;
+    CJobTimer mJobTimer{mScheduler};
     std::string mIpcName; // of the socket
     std::unique_ptr<CIpcEventDispatcher> mIpc;
     std::vector<std::string> mSerialNames;
