@@ -1,11 +1,12 @@
 // Order of construction is order of dependency; the front ends come last and go first.
 #include "apps/lanternd/CDaemon.h"
 
+#include "apps/lanternd/NMenus.h"
 #include "apps/lanternd/NProcess.h"
-#include "apps/lanternd/NReason.h"
 #include "apps/lanternd/NThermalFile.h"
 #include "apps/lanternd/SOptions.h"
 #include "software/bp/c4j/CC4jControl.h"
+#include "software/bp/c4j/CC4jMenu.h"
 #include "software/bp/c4j/CC4jStatus.h"
 #include "software/bp/c4j/CC4jSystem.h"
 #include "software/bp/c4j/CJsonRpcServer.h"
@@ -21,6 +22,7 @@
 #include "software/include/ILog.h"
 #include "software/utility/CException.h"
 #include "software/utility/CStopwatch.h"
+#include "software/utility/NReason.h"
 
 #include <algorithm>
 #include <chrono>
@@ -75,6 +77,7 @@ CDaemon::CDaemon(const SOptions& options, ILog& log)
     , mSystemStatus(mStatus)
     , mControls(mDispatcher, [this](std::string_view code) -> IControlProxy& { return GetProxy(code); })
     , mStore(mDispatcher, options.mStateDir + "/controls.json", mSlowClock, log)
+    , mMenu(options.mConfigDir, options.mStateDir + "/favmenu.json")
     , mScheduler(mClock, log)
 {
     NProcess::SetFinestTimerSlack();
@@ -118,6 +121,7 @@ void CDaemon::LoadControls(const SOptions& options)
     if (CProjCon* version = mDispatcher.GetControl("VER"))
         version->SetText(LANTERN_VERSION, eChangeNoApply);
     mControls.UpdateHardware();
+    NMenus::Load(mMenu, mDispatcher, mLog);
 }
 
 // The network comes last: nobody connects to a daemon that then refuses to start.
@@ -181,6 +185,7 @@ void CDaemon::OpenJsonRpc(const SOptions& options)
     mControlMethods = std::make_unique<CC4jControl>(*mServer);
     mStatusMethods = std::make_unique<CC4jStatus>(*mServer, mStatus);
     mStatusMethods->AddGroupAdditionalHandler(CStatusMonitor::kTemperatures, mTemperatureRanges);
+    mMenuMethods = std::make_unique<CC4jMenu>(*mServer, mMenu);
     mSystemMethods = std::make_unique<CC4jSystem>(*mServer, mScheduler);
 }
 

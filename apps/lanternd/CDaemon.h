@@ -9,6 +9,7 @@
 #include "apps/lanternd/CSystemStatus.h"
 #include "apps/lanternd/CTemperatureRanges.h"
 #include "simulator/CSimulatedProjector.h"
+#include "software/bp/c4j/CJsonMenu.h"
 #include "software/bp/hwlogic/CProjectorLogic.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/status/CStatusDb.h"
@@ -25,6 +26,7 @@
 #include <vector>
 
 class CC4jControl;
+class CC4jMenu;
 class CC4jStatus;
 class CC4jSystem;
 class CIpcEventDispatcher;
@@ -77,6 +79,7 @@ private:
     CTemperatureRanges mTemperatureRanges;
     CControlTable mControls;
     CControlStore mStore;
+    CJsonMenu mMenu;
     CJobScheduler mScheduler; // its jobs work on what stands above
     CJobTimer mJobTimer{mScheduler};
     std::string mIpcName; // of the socket
@@ -86,5 +89,6 @@ private:
     std::unique_ptr<CJsonRpcServer> mServer;
     std::unique_ptr<CC4jControl> mControlMethods;
     std::unique_ptr<CC4jStatus> mStatusMethods;
+    std::unique_ptr<CC4jMenu> mMenuMethods;
     std::unique_ptr<CC4jSystem> mSystemMethods;
 };

@@ -2,11 +2,13 @@
 #include "apps/lanternd/NThermalFile.h"
 
 #include "apps/lanternd/CJsonMembers.h"
-#include "apps/lanternd/NJsonFile.h"
 #include "software/utility/CAtomicFile.h"
 #include "software/utility/CException.h"
+#include "software/utility/NJsonFile.h"
 
 #include <stdexcept>
+
+#include <json/value.h>
 
 namespace
 {

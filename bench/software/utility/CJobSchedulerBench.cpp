@@ -2,9 +2,9 @@
 // without.
 #include "software/utility/CJobScheduler.h"
 
-#include "bench/support/CSilentLog.h"
 #include "bench/support/NAllocations.h"
 #include "software/utility/CMonotonicClockHighResPosix.h"
+#include "software/utility/CSilentLog.h"
 
 #include <benchmark/benchmark.h>
 

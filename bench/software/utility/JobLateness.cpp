@@ -5,11 +5,11 @@
 // Prints {"p50_us": ..., "share": ...}: the median lateness, and the runs as a share of the ideal number.
 #include "apps/lanternd/CJobTimer.h"
 #include "apps/lanternd/NProcess.h"
-#include "bench/support/CSilentLog.h"
 #include "software/bp/c4j/CJsonRpcServer.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/utility/CJobScheduler.h"
 #include "software/utility/CMonotonicClockHighResPosix.h"
+#include "software/utility/CSilentLog.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -142,13 +142,34 @@ EError CEventLink::NotifyUnregisterAll(const std::string& address)
 {
     CIpcMessage message = MakeUnregisterAll(address);
     CIpcMessage reply;
-    return SendCommand(kNoAccessGroup, message, reply, mTimeoutMs);
+    const EError error = SendCommand(kNoAccessGroup, message, reply, mTimeoutMs);
+    if (error == eErrorNone && address == GetNotifySocketName())
+        mRegistrations.clear();
+    return error;
+}
+
+// All of them first end, in case that a part is there: after a try that failed half-way, or without a loss.
+EError CEventLink::NotifyRenew()
+{
+    if (!OpenNotify())
+        return eErrorCommunications;
+    const Registrations wanted = mRegistrations;
+    EError error = NotifyUnregisterAll(GetNotifySocketName());
+    for (auto next = wanted.begin(); next != wanted.end() && error == eErrorNone; ++next)
+    {
+        std::list<SControlSet> controls(next->second.mCount, {next->first});
+        controls.front().mSendNow = true;
+        error = SendRegistrations(next->second.mAccessGroup, controls, true);
+    }
+    mRegistrations = wanted;
+    return error;
 }
 
 EError CEventLink::SendRegistrations(int accessGroup, const std::list<SControlSet>& controls, bool registers)
 {
     for (auto next = controls.begin(); next != controls.end();)
     {
+        const auto first = next;
         CIpcMessage message = MakeRegistration(GetNotifySocketName());
         for (unsigned short key = 1; key <= kCodesPerMessage && next != controls.end(); ++key, ++next)
         {
@@ -162,20 +183,39 @@ EError CEventLink::SendRegistrations(int accessGroup, const std::list<SControlSe
         const EError error = SendCommand(accessGroup, message, reply, mTimeoutMs);
         if (error != eErrorNone)
             return error;
+        for (auto sent = first; sent != next; ++sent)
+            Remember(accessGroup, sent->mCode, registers);
     }
     return eErrorNone;
+}
+
+void CEventLink::Remember(int accessGroup, const std::string& code, bool registers)
+{
+    if (registers)
+    {
+        SRegistered& registered = mRegistrations.try_emplace(code, SRegistered{accessGroup, 0}).first->second;
+        registered = {accessGroup, registered.mCount + 1};
+        return;
+    }
+    const auto found = mRegistrations.find(code);
+    if (found != mRegistrations.end() && --found->second.mCount == 0)
+        mRegistrations.erase(found);
 }
 
 bool CEventLink::OpenNotify()
 {
     try
     {
-        GetClient().OpenNotify();
+        if (GetClient().OpenNotify())
+            GetLog().LogWarning("Notification socket %s had vanished; made again",
+                                GetNotifySocketName().c_str());
+        mNotifyFails = false;
         return true;
     }
     catch (const std::exception& e)
     {
-        GetLog().LogError("%s", e.what());
+        if (!std::exchange(mNotifyFails, true))
+            GetLog().LogError("%s", e.what());
         return false;
     }
 }

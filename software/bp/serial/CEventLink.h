@@ -7,6 +7,7 @@
 #include "software/include/EError.h"
 
 #include <list>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -57,6 +58,9 @@ public:
     EError NotifyUnregister(int accessGroup, const std::string& code);
     EError NotifyUnregister(int accessGroup, const std::list<SControlSet>& controls);
     EError NotifyUnregisterAll(const std::string& address); ///< every registration of a notification address
+    /// Makes all registrations of this link again, with the present state of each as the first notification:
+    /// for after `IsNotifyLost`. It can be tried again until it succeeds.
+    EError NotifyRenew();
     /// Appends the notifications that have arrived, without waiting.
     void ProcessNotify(std::list<CIpcMessage>& notifications);
     /// Takes notifications instead of `ProcessNotify`'s list: on a link inside the control process at the
@@ -67,8 +71,8 @@ public:
     /// when it can not be opened, and inside the control process.
     int GetNotifyDescriptor();
     const std::string& GetNotifySocketName() const noexcept; ///< the address that is registered
-    /// Whether the control process had connected to notify this link and is gone: the registrations have to
-    /// be made again. Up to date after `ProcessNotify`.
+    /// Whether the control process had connected to notify this link and is gone, its registrations with it.
+    /// Up to date after `ProcessNotify`.
     bool IsNotifyLost() const noexcept;
 
     void SetTimeout(unsigned timeoutMs) noexcept { mTimeoutMs = timeoutMs; } ///< of the typed operations
@@ -78,6 +82,17 @@ private:
     EError SendRegistrations(int accessGroup, const std::list<SControlSet>& controls, bool registers);
     bool OpenNotify();
 
-    bool mRegistered = false; // asked for notifications at some time
+    struct SRegistered
+    {
+        int mAccessGroup;
+        unsigned mCount;
+    };
+    using Registrations = std::map<std::string, SRegistered>; // by code
+
+    void Remember(int accessGroup, const std::string& code, bool registers);
+
+    Registrations mRegistrations; // as the control process has them, unless it was lost
+    bool mRegistered = false;     // asked for notifications at some time
+    bool mNotifyFails = false;    // the notification socket can not be made, and that was said
     unsigned mTimeoutMs = kDefaultTimeoutMs;
 };

@@ -7,6 +7,7 @@
 #include "software/bp/serial/CProjCon.h"
 #include "software/bp/serial/NControlMessages.h"
 #include "software/bp/serial/NIpcMsgUtil.h"
+#include "software/bp/serial/NIpcSocket.h"
 #include "software/include/ILog.h"
 
 #include <algorithm>
@@ -57,6 +58,11 @@ CIpcEventDispatcher::CIpcEventDispatcher(CEventDispatcher& dispatcher, const std
     , mNotifier(mSelect, dispatcher.GetNotificationManager(), log)
     , mRegistrar(dispatcher, mNotifier, *this, socketName, log)
 {
+    // Whoever owned them was connected to an earlier process; only now is it sure that there is no other one.
+    const std::string runDirectory = NIpcSocket::GetRunDirectory(socketName);
+    if (const std::size_t removed = NIpcSocket::RemoveLeft(runDirectory); removed != 0)
+        log.LogFYI(eFyiStartup, "%zu sockets of clients that are gone removed from %s", removed,
+                   runDirectory.c_str());
     mDispatcher.SetIpcServer(this);
 }
 

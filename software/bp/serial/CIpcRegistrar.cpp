@@ -80,11 +80,11 @@ SIpcRegistration CIpcRegistrar::CheckAddress(const CIpcMessage& message, std::st
         return Refuse(eErrorInvalidParameter, "Invalid (non-text) argument " + address);
     if (message.GetSender().empty() && mNotifier.IsLocal(address))
         return {};
-    const std::string runDirectory = NIpcSocket::GetRunDirectory(mServerName);
-    const bool isNotifySocket = NIpcSocket::Fits(address) && EndsWith(address, NIpcSocket::kNotifyEnding) &&
-                                NIpcSocket::GetRunDirectory(address) == runDirectory;
-    if (!isNotifySocket || CNotificationManager::IsJsonAddr(address))
+    const std::string found =
+        NIpcSocket::FindInRunDirectory(NIpcSocket::GetRunDirectory(mServerName), address);
+    if (!EndsWith(found, NIpcSocket::kNotifyEnding) || CNotificationManager::IsJsonAddr(found))
         return Refuse(eErrorInvalidParameter, "Invalid address " + address.substr(0, kMaxQuoted));
+    address = found; // one name for one recipient
     return {};
 }
 

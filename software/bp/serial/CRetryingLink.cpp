@@ -5,6 +5,7 @@
 #include "software/include/ILog.h"
 #include "software/utility/CIpcMessage.h"
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <thread>
@@ -12,7 +13,17 @@
 
 namespace
 {
+using Clock = std::chrono::steady_clock;
+
 constexpr unsigned kLastDoubledSeconds = 7; // an interval above this was the last one
+constexpr int kMaxWaits = 10;               // time-outs that all further replies may take together
+
+// @returns milliseconds until the deadline, at most the time-out; 0 when it has passed
+unsigned WaitUntil(Clock::time_point deadline, unsigned timeoutMs)
+{
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    return left.count() <= 0 ? 0 : static_cast<unsigned>(std::min<long long>(left.count(), timeoutMs));
+}
 
 void SleepSeconds(unsigned seconds)
 {
@@ -109,7 +120,7 @@ EError CRetryingLink::Attempt(const char* function, CIpcMessage& message, unsign
     {
         if (!mInitialized)
             InitializeLink();
-        return mInitialized ? Exchange(message, timeoutMs, replies, last) : eErrorCommunications;
+        return mInitialized ? Exchange(function, message, timeoutMs, replies, last) : eErrorCommunications;
     }
     catch (const std::exception& e)
     {
@@ -118,8 +129,8 @@ EError CRetryingLink::Attempt(const char* function, CIpcMessage& message, unsign
     }
 }
 
-EError CRetryingLink::Exchange(CIpcMessage& message, unsigned timeoutMs, std::list<CIpcMessage>* replies,
-                               CIpcMessage& last)
+EError CRetryingLink::Exchange(const char* function, CIpcMessage& message, unsigned timeoutMs,
+                               std::list<CIpcMessage>* replies, CIpcMessage& last)
 {
     const bool sent = mClient->Send(message, timeoutMs);
     if (timeoutMs == 0)
@@ -128,20 +139,45 @@ EError CRetryingLink::Exchange(CIpcMessage& message, unsigned timeoutMs, std::li
             mClient->Disconnect(); // its replies come all the same, and would answer the next message
         return sent ? eErrorNone : eErrorTimeout;
     }
-    for (bool more = sent; more;)
+    if (sent)
+        return CollectReplies(function, message, timeoutMs, replies, last);
+    mClient->Disconnect();
+    return eErrorTimeout;
+}
+
+// However a process answers, this comes to an end, and with a bounded number of replies.
+EError CRetryingLink::CollectReplies(const char* function, const CIpcMessage& message, unsigned timeoutMs,
+                                     std::list<CIpcMessage>* replies, CIpcMessage& last)
+{
+    Clock::time_point deadline;
+    unsigned waitMs = timeoutMs;
+    for (unsigned count = 1; waitMs != 0 && mClient->Receive(last, waitMs); ++count)
     {
-        if (!mClient->Receive(last, timeoutMs))
-            break;
-        more = last.HasFlag(eFlagMoreFollows);
+        const bool more = last.HasFlag(eFlagMoreFollows);
         last.SetFlag(eFlagMoreFollows, false);
         if (replies != nullptr)
             replies->push_back(last);
-        const EError error = NIpcMsgUtil::GetError(last);
-        if (error != eErrorNone && more)
-            mClient->Disconnect(); // nobody takes what follows
-        if (error != eErrorNone || !more)
+        EError error = NIpcMsgUtil::GetError(last);
+        if (!more)
             return error;
+        if (error == eErrorNone && count == kMaxReplies)
+        {
+            error = eErrorExceededListSize;
+            mLog.LogError("%s: more than %u replies to %s; given up", function, kMaxReplies,
+                          NIpcMsgUtil::GetFullCode(message).c_str());
+        }
+        if (error != eErrorNone)
+        {
+            mClient->Disconnect(); // nobody takes what follows
+            return error;
+        }
+        if (count == 1)
+            deadline = Clock::now() + std::chrono::milliseconds(timeoutMs) * kMaxWaits;
+        waitMs = WaitUntil(deadline, timeoutMs);
     }
+    if (waitMs == 0)
+        mLog.LogError("%s: replies to %s do not end; given up", function,
+                      NIpcMsgUtil::GetFullCode(message).c_str());
     mClient->Disconnect(); // a late reply would answer the next message
     return eErrorTimeout;
 }

@@ -26,6 +26,7 @@ class CRetryingLink
 {
 public:
     static constexpr int kNoAccessGroup = -1;
+    static constexpr unsigned kMaxReplies = 2048; ///< to one message; of at most 4095 bytes each
 
     CRetryingLink(ILog& log, std::unique_ptr<IIpcClient> client);
     CRetryingLink(const CRetryingLink&) = delete;
@@ -39,9 +40,12 @@ public:
     /// Sends a command and waits for its reply.
     /// @param command    its argument 231 and its flags for "request" and "reply wanted" are the link's
     /// @param reply      the last reply; on a failure that the control process answered, its error message
-    /// @param timeoutMs  longest wait for each reply; 0 sends one-way, without waiting
-    /// @returns 0, the error of the reply, 110 when the time ran out, 111 when there is no way there; without
-    ///          sending 4 or 107 when the message has too many arguments or is too large
+    /// @param timeoutMs  longest wait for each reply, and a tenth of the longest wait for all that follow the
+    ///                   first; 0 sends one-way, without waiting
+    /// @returns 0, the error of the reply, 107 for more than `kMaxReplies`, 110 when the time ran out, 111
+    /// when
+    ///          there is no way there; without sending 4 or 107 when the message has too many arguments or is
+    ///          too large
     EError SendCommand(int accessGroup, CIpcMessage& command, CIpcMessage& reply, unsigned timeoutMs);
     /// The same for a request, whose replies may be many; an error message is among them.
     EError SendRequest(int accessGroup, CIpcMessage& request, std::list<CIpcMessage>& replies,
@@ -63,8 +67,10 @@ private:
                     std::list<CIpcMessage>* replies, CIpcMessage& last);
     EError Attempt(const char* function, CIpcMessage& message, unsigned timeoutMs,
                    std::list<CIpcMessage>* replies, CIpcMessage& last);
-    EError Exchange(CIpcMessage& message, unsigned timeoutMs, std::list<CIpcMessage>* replies,
-                    CIpcMessage& last);
+    EError CollectReplies(const char* function, const CIpcMessage& message, unsigned timeoutMs,
+                          std::list<CIpcMessage>* replies, CIpcMessage& last);
+    EError Exchange(const char* function, CIpcMessage& message, unsigned timeoutMs,
+                    std::list<CIpcMessage>* replies, CIpcMessage& last);
     static EError AddAccessGroup(CIpcMessage& message, int accessGroup);
     bool CheckForRetryAndSleep(const char* function, EError error, const CIpcMessage& message,
                                unsigned& seconds);
