@@ -43,6 +43,8 @@ CJobScheduler::CJobScheduler(const IMonotonicClock& clock, ILog& log)
     mWatcher = boost::thread([this] { mShared.Run(); });
 }
 
+// A lock or a join that fails here is a thread gone wild: ending is all that is left.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 CJobScheduler::~CJobScheduler()
 {
     mShared.Stop();
@@ -158,17 +160,18 @@ void CJobScheduler::Call(const SJob& job)
 void CJobScheduler::RunImportantJob()
 {
     // It stays in its slot, unchanged, until it has run. Only this thread takes it out.
-    struct SClearAtEnd
+    mShared.SetStarted(0, mImportantJob->mName);
+    mLog.LogDebug("Running important job");
+    try
     {
-        CJobScheduler& mScheduler;
-        ~SClearAtEnd() { mScheduler.ClearSlot(); } // a job that threw must not come back for ever
-    };
-    {
-        const SClearAtEnd clearAtEnd{*this};
-        mShared.SetStarted(0, mImportantJob->mName);
-        mLog.LogDebug("Running important job");
         Call(*mImportantJob);
     }
+    catch (...) // not a std::exception: it passes through, but must not come back at every pass
+    {
+        ClearSlot();
+        throw;
+    }
+    ClearSlot();
     mLog.LogDebug("Important job done");
 }
 

@@ -73,6 +73,7 @@ public:
     CJobScheduler(const IMonotonicClock& clock, ILog& log);
     CJobScheduler(const CJobScheduler&) = delete;
     CJobScheduler& operator=(const CJobScheduler&) = delete;
+    // NOLINTNEXTLINE(bugprone-exception-escape): as in the source
     ~CJobScheduler(); ///< deletes all jobs; the watcher's thread has ended when it returns
 
     /// Appends a job. Its index is its place in the list; names need not be unique.
