@@ -304,6 +304,20 @@ def in_process_row(job, ours, limit, absolute_goal=None, goal=None):
     return run
 
 
+def lateness_row(job, goal, share_goal):
+    """Periodic jobs in the daemon's loop, against a heap and clock_nanosleep. The share is turned round, so
+    that its goal is an upper bound too: the ideal number of runs over ours."""
+    def run(bench):
+        def measure(side):
+            program = bench.program("bench/software/utility/bench_job_lateness")
+            return bench.output_of(bench.server_core, [program, side, str(bench.seconds)])
+        ours, limit = bench.alternate(lambda: measure("ours"), lambda: measure("limit"))
+        yield from compare(job, ours, limit, {"p50_us": ("p50 of the lateness", "us", goal)})
+        yield Figure(job, "ideal/ours, runs", "", 1 / statistics.median(r["share"] for r in ours),
+                     1 / statistics.median(r["share"] for r in limit), goal=share_goal, absolute=True)
+    return run
+
+
 def idle_row(job, seconds, cpu_goal, memory_goal):
     """The daemon left alone."""
     def ticks(pid):
@@ -337,6 +351,9 @@ ROWS = {
     "set-value": in_process_row("SetValue, nobody listens", "SetValue", "SetValueLimit", absolute_goal=100),
     "look-up": in_process_row("Control by code, of 300", "GetControl", "GetControlLimit"),
     "serial-parse": in_process_row("Serial line, 8 messages parsed", "SerialParse", "SerialParseLimit", goal=1.11),
+    "jobs-pass": in_process_row("Pass over 100 jobs, none due", "SchedulerPass", "SchedulerPassLimit", goal=2.5),
+    "jobs-dispatch": in_process_row("Run of an empty job", "DispatchJob", "DispatchJobLimit", goal=1.5),
+    "jobs-late": lateness_row("100 jobs of 10 to 20 ms", goal=1.1, share_goal=1 / 0.99),
     "idle": idle_row("lanternd left alone", 5, cpu_goal=1, memory_goal=30),
 }
 
