@@ -31,13 +31,19 @@ CPtRegisterBank::CPtRegisterBank(IPtBus& bus, std::uint8_t channel, std::uint32_
 }
 
 CPtRegisterBank::CPtRegisterBank(CPtRegisterBank& parent, std::uint32_t offset, std::uint32_t size)
-    : CPtResource(parent.GetBus(), parent.GetChannel(), parent.GetBase() + offset)
+    : CPtResource(parent.GetBus(), parent.GetChannel(), parent.CheckPart(offset, size))
     , mSize(size)
-    , mShadow(parent.mShadow + ShadowIndex(std::min(offset, parent.mSize)))
+    , mShadow(parent.mShadow + ShadowIndex(offset))
 {
-    parent.AddressCheck(offset);
-    if (size > parent.mSize - offset)
-        parent.ThrowOutOfRange(offset + size);
+}
+
+// Base of the part.
+std::uint32_t CPtRegisterBank::CheckPart(std::uint32_t offset, std::uint32_t size) const
+{
+    AddressCheck(offset);
+    if (size > mSize - offset)
+        ThrowOutOfRange(offset + size);
+    return GetBase() + offset;
 }
 
 void CPtRegisterBank::ThrowOutOfRange(std::uint32_t addr) const

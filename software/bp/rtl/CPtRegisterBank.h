@@ -109,6 +109,7 @@ private:
             ThrowBadShift(shift);
         return ShadowIndex(addr);
     }
+    std::uint32_t CheckPart(std::uint32_t offset, std::uint32_t size) const;
     void RangeCheck(std::uint32_t addr, std::uint32_t count) const;
     unsigned char* BytesCheck(const void* buffer, std::uint32_t addr, std::uint32_t length) const;
 

@@ -45,6 +45,13 @@ std::vector<std::uint32_t> NFpga::CFieldBank::MakeTouchy(const SField* fields, s
     return touchy;
 }
 
+void NFpga::CFieldBank::ResetShadow()
+{
+    for (std::size_t i = 0; i < mTouchy.size(); ++i)
+        if (!ReactsToOnes(mFields[i].mKind))
+            mBank.WriteShadowBits(mFields[i].mOffset, mFields[i].mReset, mFields[i].mShift, mFields[i].mMask);
+}
+
 const SField& NFpga::CFieldBank::GetField(std::size_t field) const
 {
     if (field >= mTouchy.size())

@@ -17,8 +17,9 @@ namespace NFpga
 /// Everything the blocks do with their registers, on a `CPtRegisterBank`: a block names fields and holds no
 /// masks. One field or several of one word cost one bus transfer. A value that does not fit its field is
 /// refused before anything changes. Fields that react to ones (pulse, write-1-clears) are never written by
-/// accident: a write to a neighbour in the same word sends zeros there. Nothing is allocated after the
-/// construction.
+/// accident: a write to a neighbour in the same word sends zeros there. The shadow starts with the map's
+/// reset values, so that the first write of a field leaves its neighbours as they were after power-up.
+/// Nothing is allocated after the construction.
 class CFieldBank
 {
 public:
@@ -39,6 +40,7 @@ public:
         , mFields(map.data())
         , mTouchy(MakeTouchy(map.data(), Count, size))
     {
+        ResetShadow();
     }
     /// The same, cut from a larger bank, which must outlive it.
     template <std::size_t Count>
@@ -48,6 +50,7 @@ public:
         , mFields(map.data())
         , mTouchy(MakeTouchy(map.data(), Count, size))
     {
+        ResetShadow();
     }
 
     /// From the device. @throws CException "Field %s cannot be read", and as the bus, like all of the
@@ -84,6 +87,7 @@ public:
 
 private:
     static std::vector<std::uint32_t> MakeTouchy(const SField* fields, std::size_t count, std::uint32_t size);
+    void ResetShadow();
     const SField& CheckWrite(std::size_t field, std::uint32_t value) const;
 
     CPtRegisterBank mBank;
