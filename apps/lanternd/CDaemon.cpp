@@ -63,6 +63,7 @@ CDaemon::CDaemon(const SOptions& options, ILog& log)
     : mLog(log)
     , mStateLock(OpenStateFolder(options.mStateDir) + "/lanternd.lock", "state in " + options.mStateDir)
     , mDispatcher(log)
+    , mProjector(options.mTransport, mClock, log)
     , mLogic(mDispatcher, mProjector.GetHardware(), log)
     , mControls(mDispatcher,
                 [this](std::string_view code) -> IControlProxy& { return mLogic.GetProxy(code); })

@@ -23,6 +23,8 @@ constexpr SPlace kTemperatures[] = {
     {kBoardPage, 0x210, CDieTemperature::kReferenceSize},
     {kBoardPage, 0x220, CDieTemperature::kReferenceSize},
 };
+constexpr std::uint32_t kTemperatureShift = 0;       ///< of their samples
+constexpr bool kTemperatureHasSecondFormula = false; ///< they are of the first generation
 constexpr SPlace kTestPattern{kVideoPage, 0x000, CFormatterTestPattern::kReferenceSize};
 
 constexpr SPlace kAll[] = {kControl,         kStatusLed,       kTemperatures[0],

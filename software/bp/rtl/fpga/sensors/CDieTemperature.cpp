@@ -3,8 +3,6 @@
 
 #include "software/utility/CException.h"
 
-#include <limits>
-
 namespace
 {
 constexpr char kSource[] = "software/bp/rtl/fpga/sensors/CDieTemperature";
@@ -75,18 +73,6 @@ int NFpga::CDieTemperature::ReadTemperature()
     return static_cast<int>(static_cast<float>(ReadCode()) * static_cast<float>(formula.mGain) *
                                 static_cast<float>(kFullScale) -
                             static_cast<float>(formula.mOffset));
-}
-
-double NFpga::CDieTemperature::GetTemperature()
-{
-    try
-    {
-        return ReadTemperatureHiPrecision();
-    }
-    catch (const CException&)
-    {
-        return std::numeric_limits<double>::quiet_NaN();
-    }
 }
 
 void NFpga::CDieTemperature::OverrideTemperatureProperties(int a, int b, int c, int d)

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "software/bp/rtl/fpga/CFieldBank.h"
-#include "software/include/ITempSensor.h"
 
 #include <array>
 #include <cstdint>
@@ -11,7 +10,7 @@ namespace NFpga
 {
 /// Turns the sensor's samples into degrees. Two generations of sensors differ in their formula. Used from one
 /// thread.
-class CDieTemperature : public ITempSensor
+class CDieTemperature
 {
 public:
     enum EField
@@ -37,8 +36,6 @@ public:
     /// @returns °C; @throws CException as the bus
     double ReadTemperatureHiPrecision();
     int ReadTemperature(); ///< the same, cut towards zero
-
-    double GetTemperature() override; ///< °C; not a number when the bus fails
 
     /// Four values that stand in for properties of the sensor; it only keeps them.
     void OverrideTemperatureProperties(int a, int b, int c, int d);
