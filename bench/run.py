@@ -284,6 +284,9 @@ ROWS = {
     "set-value": in_process_row("SetValue, nobody listens", "SetValue", "SetValueLimit", absolute_goal=100),
     "look-up": in_process_row("Control by code, of 300", "GetControl", "GetControlLimit"),
     "serial-parse": in_process_row("Serial line, 8 messages parsed", "SerialParse", "SerialParseLimit", goal=1.11),
+    "field-read": in_process_row("Register field read, mapped", "ReadField", "ReadFieldLimit", goal=1.5),
+    "field-write": in_process_row("Register field write, mapped", "WriteField", "WriteFieldLimit", goal=1.5),
+    "port-write": in_process_row("4096 words into a FIFO port", "WritePort", "WritePortLimit", goal=1.5),
     "idle": idle_row("lanternd left alone", 5, cpu_goal=1, memory_goal=30),
 }
 

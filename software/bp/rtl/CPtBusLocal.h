@@ -38,6 +38,9 @@ private:
     void CheckWords(std::uint8_t channel, std::uint16_t address, const void* data, std::uint32_t count,
                     bool increment) const;
 
+    void ReadWords(std::uint8_t channel, std::uint16_t address, std::uint32_t* data, std::uint32_t count,
+                   bool increment) const;
+
     volatile std::uint32_t* const mBase;
     const std::uint32_t mSize; // bytes
     const bool mSwapBytes;
