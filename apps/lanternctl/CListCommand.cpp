@@ -1,6 +1,7 @@
 // One list, three ways to write it.
 #include "apps/lanternctl/CListCommand.h"
 
+#include "apps/lanternctl/CMenuReader.h"
 #include "apps/lanternctl/CSession.h"
 #include "apps/lanternctl/CTcpLink.h"
 #include "apps/lanternctl/CTextTable.h"
@@ -78,7 +79,10 @@ void CListCommand::Declare(CLI::App& arguments)
     for (const SFormat& format : kFormats)
         names.emplace_back(format.mName);
     mFormat = names.front();
-    arguments.add_option("PREFIX", mPrefix, "Only codes that begin with this")->type_name("");
+    arguments
+        .add_option("MENU_OR_PREFIX", mChoice,
+                    "Only the controls of a menu (IMAG or MMM+IMAG), or those whose codes begin with this")
+        ->type_name("");
     arguments.add_option("--format", mFormat, "How to write it")
         ->type_name("")
         ->check(CLI::IsMember(names))
@@ -87,7 +91,7 @@ void CListCommand::Declare(CLI::App& arguments)
 
 EExitCode CListCommand::Run(CSession& session)
 {
-    const std::vector<CControlInfo> controls = session.GetTcpLink().List(NDisplayText::UpperCode(mPrefix));
+    const std::vector<CControlInfo> controls = Find(session);
     if (session.GetOptions().mJson)
     {
         for (const CControlInfo& control : controls)
@@ -98,6 +102,21 @@ EExitCode CListCommand::Run(CSession& session)
         std::find_if(kFormats.begin(), kFormats.end(), [&](const SFormat& f) { return mFormat == f.mName; });
     format->mPrint(session, controls); // the check of the option left no other name
     return EExitCode::Done;
+}
+
+std::vector<CControlInfo> CListCommand::Find(CSession& session) const
+{
+    CTcpLink& link = session.GetTcpLink();
+    if (!CMenuReader::NamesMenu(mChoice))
+        return link.List(NDisplayText::UpperCode(mChoice));
+    CMenuReader reader(link);
+    const std::optional<Json::Value> page = reader.Read(CMenuReader::MenuCode(mChoice));
+    std::vector<CControlInfo> controls;
+    if (page)
+        controls = reader.GetItems(*page);
+    const auto isNone = [](const CControlInfo& item) { return item.GetCode().empty(); }; // a placeholder
+    controls.erase(std::remove_if(controls.begin(), controls.end(), isNone), controls.end());
+    return controls;
 }
 
 void CListCommand::PrintTable(CSession& session, const std::vector<CControlInfo>& controls)

@@ -1,4 +1,4 @@
-// lanternctl list [PREFIX]
+// lanternctl list [MENU or PREFIX]
 #pragma once
 
 #include "apps/lanternctl/ICommand.h"
@@ -8,8 +8,8 @@
 
 class CControlInfo;
 
-/// All controls, or those whose codes begin with a prefix: as a table, as codes alone (for completion), or as
-/// the control reference of the documentation.
+/// All controls, those of one menu, or those whose codes begin with a prefix: as a table, as codes alone (for
+/// completion), or as the control reference of the documentation.
 class CListCommand : public ICommand
 {
 public:
@@ -17,6 +17,7 @@ public:
     EExitCode Run(CSession& session) override;
 
 private:
+    std::vector<CControlInfo> Find(CSession& session) const;
     static void PrintTable(CSession& session, const std::vector<CControlInfo>& controls);
     static void PrintCodes(CSession& session, const std::vector<CControlInfo>& controls);
     static void PrintReference(CSession& session, const std::vector<CControlInfo>& controls);
@@ -28,6 +29,6 @@ private:
     };
     static const std::vector<SFormat> kFormats; // the first is the default
 
-    std::string mPrefix;
+    std::string mChoice; // a menu or a prefix
     std::string mFormat;
 };

@@ -4,9 +4,11 @@
 #include "apps/lanternctl/CCallCommand.h"
 #include "apps/lanternctl/CCommandFailure.h"
 #include "apps/lanternctl/CCompletionCommand.h"
+#include "apps/lanternctl/CFavCommand.h"
 #include "apps/lanternctl/CGetCommand.h"
 #include "apps/lanternctl/CInfoCommand.h"
 #include "apps/lanternctl/CListCommand.h"
+#include "apps/lanternctl/CMenuCommand.h"
 #include "apps/lanternctl/CModulesCommand.h"
 #include "apps/lanternctl/CSendCommand.h"
 #include "apps/lanternctl/CSession.h"
@@ -50,6 +52,8 @@ constexpr SCommandRow kCommands[] = {
     {"info", "Show everything about a control", &Make<CInfoCommand>, kOverAll},
     {"list", "List the controls", &Make<CListCommand>, eOverTcp},
     {"watch", "Show changes as they happen", &Make<CWatchCommand>, kOverAll},
+    {"menu", "Show a menu and what is below it", &Make<CMenuCommand>, eOverTcp},
+    {"fav", "Show or change the favourites", &Make<CFavCommand>, eOverTcp},
     {"modules", "List the groups of methods", &Make<CModulesCommand>, eOverTcp},
     {"call", "Call any method", &Make<CCallCommand>, eOverTcp},
     {"send", "Send one message as it is, over a serial line", &Make<CSendCommand>, eOverSerial},
@@ -76,7 +80,8 @@ const char* GetWords(unsigned transports)
 
 constexpr char kFooter[] =
     "Over --ipc and --serial numbers are shown and taken as they are, without decimals and units (73.5 % is\n"
-    "735, on is 1), and list, modules and call are not possible. Over --ipc you are the controller itself: "
+    "735, on is 1), and list, menu, fav, modules and call are not possible. Over --ipc you are the "
+    "controller itself: "
     "no\n"
     "control is protected.\n"
     "Exit codes: 0 done, 1 the projector refused, 2 wrong usage, 3 no connection or no answer in time.\n"

@@ -41,6 +41,11 @@ std::string DescribeError(const Json::Value& error)
     return NJsonDocument::Compact(error); // some methods answer a list of errors
 }
 
+int CodeOf(const Json::Value& error)
+{
+    return error.isObject() && error["code"].isInt() ? error["code"].asInt() : CCommandFailure::kNoErrorCode;
+}
+
 bool IsReplyTo(int request, const Json::Value& message)
 {
     const Json::Value& id = message["id"];
@@ -131,6 +136,19 @@ IProjectorLink::EWait CTcpLink::WaitForChange(Json::Value& change,
     return EWait::Change;
 }
 
+Json::Value CTcpLink::GetMenu(const std::string& code)
+{
+    Json::Value menu = RequestMembers(code, "menu:get", CodeParameter(code));
+    if (!menu["items"].isArray())
+        NWait::FailConnection(mName + " answered something other than a menu");
+    return menu;
+}
+
+void CTcpLink::ChangeFavorites(const std::string& method, const std::string& code)
+{
+    Request(code, method, CodeParameter(code));
+}
+
 Json::Value CTcpLink::Call(const std::string& method, const Json::Value& parameters)
 {
     return Request(method, method, parameters);
@@ -156,7 +174,8 @@ Json::Value CTcpLink::Request(const std::string& subject, const std::string& met
     }
     const Json::Value& reply = *mReply;
     if (reply.isMember("error"))
-        throw CCommandFailure(EExitCode::Refused, subject + ": " + DescribeError(reply["error"]));
+        throw CCommandFailure(EExitCode::Refused, subject + ": " + DescribeError(reply["error"]),
+                              CodeOf(reply["error"]));
     return reply["result"];
 }
 

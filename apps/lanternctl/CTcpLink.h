@@ -28,6 +28,10 @@ public:
 
     /// The controls whose codes begin with the prefix, by ascending code; all for an empty one.
     std::vector<CControlInfo> List(const std::string& prefix);
+    /// A menu by its control's code, with all its entries in "items".
+    Json::Value GetMenu(const std::string& code);
+    /// @param method  one that takes a code
+    void ChangeFavorites(const std::string& method, const std::string& code);
     /// Any method by its name. @param parameters  an array or object, null for none
     Json::Value Call(const std::string& method, const Json::Value& parameters);
 

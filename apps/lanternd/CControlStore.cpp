@@ -1,8 +1,6 @@
 // Compares the values as text: what is equal need not be written, and what was written is known exactly.
 #include "apps/lanternd/CControlStore.h"
 
-#include "apps/lanternd/NJsonFile.h"
-#include "apps/lanternd/NReason.h"
 #include "software/bp/hwlogic/NDateTime.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
@@ -10,7 +8,11 @@
 #include "software/include/ILog.h"
 #include "software/utility/CAtomicFile.h"
 #include "software/utility/CException.h"
+#include "software/utility/NJsonFile.h"
+#include "software/utility/NReason.h"
 #include "software/utility/NUtf8.h"
+
+#include <json/value.h>
 
 #include <algorithm>
 #include <exception>

@@ -2,13 +2,15 @@
 #include "apps/lanternd/CControlTable.h"
 
 #include "apps/lanternd/CJsonMembers.h"
-#include "apps/lanternd/NJsonFile.h"
 #include "software/bp/hwlogic/NDateTime.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
 #include "software/bp/serial/NAsciiCodeUtils.h"
 #include "software/utility/CAtomicFile.h"
 #include "software/utility/CException.h"
+#include "software/utility/NJsonFile.h"
+
+#include <json/value.h>
 
 #include <algorithm>
 #include <iterator>

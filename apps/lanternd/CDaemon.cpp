@@ -1,10 +1,11 @@
 // Order of construction is order of dependency; the front ends come last and go first.
 #include "apps/lanternd/CDaemon.h"
 
+#include "apps/lanternd/NMenus.h"
 #include "apps/lanternd/NProcess.h"
-#include "apps/lanternd/NReason.h"
 #include "apps/lanternd/SOptions.h"
 #include "software/bp/c4j/CC4jControl.h"
+#include "software/bp/c4j/CC4jMenu.h"
 #include "software/bp/c4j/CJsonRpcServer.h"
 #include "software/bp/serial/CCommPort.h"
 #include "software/bp/serial/CEventLink.h"
@@ -17,6 +18,7 @@
 #include "software/bp/serial/NIpcSocket.h"
 #include "software/include/ILog.h"
 #include "software/utility/CException.h"
+#include "software/utility/NReason.h"
 
 #include <algorithm>
 #include <chrono>
@@ -68,6 +70,7 @@ CDaemon::CDaemon(const SOptions& options, ILog& log)
     , mControls(mDispatcher,
                 [this](std::string_view code) -> IControlProxy& { return mLogic.GetProxy(code); })
     , mStore(mDispatcher, options.mStateDir + "/controls.json", mSlowClock, log)
+    , mMenu(options.mConfigDir, options.mStateDir + "/favmenu.json")
     , mTick(kTick)
 {
     NProcess::SetFinestTimerSlack();
@@ -88,6 +91,7 @@ void CDaemon::LoadControls(const SOptions& options)
     if (CProjCon* version = mDispatcher.GetControl("VER"))
         version->SetText(LANTERN_VERSION, eChangeNoApply);
     mControls.UpdateHardware();
+    NMenus::Load(mMenu, mDispatcher, mLog);
 }
 
 // The network comes last: nobody connects to a daemon that then refuses to start.
@@ -148,6 +152,7 @@ void CDaemon::OpenJsonRpc(const SOptions& options)
     limits.mMaxPendingBytes = options.mMaxPendingBytes;
     mServer->SetLimits(limits);
     mControlMethods = std::make_unique<CC4jControl>(*mServer);
+    mMenuMethods = std::make_unique<CC4jMenu>(*mServer, mMenu);
 }
 
 void CDaemon::PrintReady(std::ostream& out) const

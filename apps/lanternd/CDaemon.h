@@ -7,6 +7,7 @@
 #include "apps/lanternd/CSignalWatch.h"
 #include "apps/lanternd/CTickTimer.h"
 #include "simulator/CSimulatedProjector.h"
+#include "software/bp/c4j/CJsonMenu.h"
 #include "software/bp/hwlogic/CProjectorLogic.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/utility/CMonotonicClockHighResPosix.h"
@@ -20,6 +21,7 @@
 #include <vector>
 
 class CC4jControl;
+class CC4jMenu;
 class CIpcEventDispatcher;
 class CJsonRpcServer;
 class CSerialHandler;
@@ -65,6 +67,7 @@ private:
     CProjectorLogic mLogic;
     CControlTable mControls;
     CControlStore mStore;
+    CJsonMenu mMenu;
     CTickTimer mTick;     // drives the projector until the job scheduler takes over
     std::string mIpcName; // of the socket
     std::unique_ptr<CIpcEventDispatcher> mIpc;
@@ -72,4 +75,5 @@ private:
     std::unique_ptr<CSerialHandler> mSerial; // its links talk to mIpc
     std::unique_ptr<CJsonRpcServer> mServer;
     std::unique_ptr<CC4jControl> mControlMethods;
+    std::unique_ptr<CC4jMenu> mMenuMethods;
 };

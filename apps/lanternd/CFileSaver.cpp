@@ -1,8 +1,8 @@
 // One slot in, one slot out.
 #include "apps/lanternd/CFileSaver.h"
 
-#include "apps/lanternd/NReason.h"
 #include "software/utility/CAtomicFile.h"
+#include "software/utility/NReason.h"
 
 #include <exception>
 #include <utility>

@@ -51,7 +51,7 @@ void Declare(CLI::App& app, SOptions& options)
         ->type_name("DIR");
     app.add_option("--state-dir", options.mStateDir, "Folder of everything that outlives a restart")
         ->type_name("DIR");
-    app.add_option("--config-dir", options.mConfigDir, "Folder of controls.json and the texts")
+    app.add_option("--config-dir", options.mConfigDir, "Folder of controls.json, menu.json and the texts")
         ->type_name("DIR");
     app.add_option("--language", options.mLanguage, "Language of names and help, for example en, de or fr")
         ->check(CheckLanguage)

@@ -2,9 +2,9 @@
 #include "apps/lanternd/CDaemon.h"
 #include "apps/lanternd/NOptions.h"
 #include "apps/lanternd/NProcess.h"
-#include "apps/lanternd/NReason.h"
 #include "apps/lanternd/SOptions.h"
 #include "software/utility/CLogger.h"
+#include "software/utility/NReason.h"
 #include "software/utility/SLogOptions.h"
 
 #include <cstdlib>

@@ -3,20 +3,19 @@
 
 #include "software/utility/CAtomicFile.h"
 #include "software/utility/CException.h"
+#include "software/utility/NJsonFile.h"
 #include "software/utility/NUtf8.h"
 
 #include <cerrno>
 #include <charconv>
-#include <memory>
 #include <stdexcept>
 
-#include <json/json.h>
+#include <json/value.h>
 
 namespace
 {
 constexpr char kSource[] = "software/utility/CTextCatalog";
 constexpr std::size_t kMaxSize = std::size_t{4} << 20; // bytes
-constexpr int kMaxDepth = 4;                           // the file has one level; jsoncpp throws beyond
 
 using CTexts = std::unordered_map<int, std::string>;
 
@@ -27,46 +26,12 @@ std::string Quote(std::string_view text)
     return '"' + std::string(text.substr(0, length)) + (length < text.size() ? "...\"" : "\"");
 }
 
-// jsoncpp reports on several indented lines.
-std::string JoinLines(const std::string& text)
-{
-    std::string line;
-    for (const char c : text)
-    {
-        const bool isBlank = c == '\n' || c == ' ';
-        if (!isBlank)
-            line += c;
-        else if (!line.empty() && line.back() != ' ')
-            line += ' ';
-    }
-    while (!line.empty() && line.back() == ' ')
-        line.pop_back();
-    return line;
-}
-
 std::string ReadFile(const std::string& path)
 {
     std::string bytes;
     if (!CAtomicFile::Read(path, bytes, kMaxSize))
         throw std::runtime_error("there is no such file");
-    if (!NUtf8::IsStorable(bytes)) // jsoncpp would store what stands for it
-        throw std::runtime_error("it is not UTF-8 text");
     return bytes;
-}
-
-Json::Value ParseObject(const std::string& bytes)
-{
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["stackLimit"] = kMaxDepth;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    Json::Value root;
-    std::string errors;
-    if (!reader->parse(bytes.data(), bytes.data() + bytes.size(), &root, &errors))
-        throw std::runtime_error(JoinLines(errors));
-    if (!root.isObject())
-        throw std::runtime_error("it is not an object of texts");
-    return root;
 }
 
 int ParseId(const std::string& key)
@@ -90,7 +55,7 @@ std::string ParseText(const std::string& key, const Json::Value& value)
 
 CTexts ReadTexts(const std::string& path)
 {
-    const Json::Value root = ParseObject(ReadFile(path));
+    const Json::Value root = NJsonFile::ParseObject(ReadFile(path));
     CTexts texts;
     texts.reserve(root.size());
     for (auto member = root.begin(); member != root.end(); ++member)
@@ -117,10 +82,6 @@ void CTextCatalog::Load(const std::string& path)
     catch (const CException& error)
     {
         refuse(error.GetSystemError(), error.GetMessage().c_str());
-    }
-    catch (const Json::Exception& error) // too deep
-    {
-        refuse(0, error.what());
     }
     catch (const std::runtime_error& error)
     {

@@ -1,6 +1,7 @@
 // A lanternd of the test's own: the real program, on a free port.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -26,16 +27,17 @@ public:
     /// @param stateDir   folder of its state, for example one in a `CTemporaryFolder`; short, for names of
     ///                   sockets are
     /// @param arguments  more options; they come behind --port 0, --bind 127.0.0.1, --run-dir, --state-dir
-    ///                   and --config-dir
+    ///                   and (unless they have one) --config-dir
     /// @throws std::runtime_error with what it wrote when it ends, or says nothing for ten seconds
     explicit CDaemonProcess(const std::string& stateDir, std::vector<std::string> arguments = {})
         : mRunDir(stateDir + ".run")
         , mOut(stateDir + ".out")
         , mErr(stateDir + ".err")
     {
-        std::vector<std::string> all{
-            "--port", "0",           "--bind", "127.0.0.1",    "--run-dir",
-            mRunDir,  "--state-dir", stateDir, "--config-dir", LANTERN_TEST_CONFIG_DIR};
+        std::vector<std::string> all{"--port",    "0",     "--bind",      "127.0.0.1",
+                                     "--run-dir", mRunDir, "--state-dir", stateDir};
+        if (std::find(arguments.begin(), arguments.end(), "--config-dir") == arguments.end())
+            all.insert(all.end(), {"--config-dir", LANTERN_TEST_CONFIG_DIR});
         all.insert(all.end(), arguments.begin(), arguments.end());
         mProcess = Spawn(all, mOut, mErr);
         WaitUntilReady();

@@ -59,7 +59,8 @@ _lanternctl()
             case $command:$arguments in
             :0) words='%COMMANDS%' ;;
             completion:0) words='bash zsh' ;;
-            set:0 | info:0 | list:0 | get:* | watch:*)
+            fav:0) words='list add remove clear' ;;
+            set:0 | info:0 | list:0 | get:* | watch:* | fav:*)
                 # Asked of the projector, which may not be there: not for long, and without a word.
                 [[ -n $knows_codes ]] || return
                 words=$("$1" "${projector[@]}" --timeout 500 list --format codes 2>/dev/null)

@@ -61,7 +61,8 @@ _lanternctl() {
     case $command:$arguments in
     (:0) _describe command subcommands ;;
     (completion:0) compadd bash zsh ;;
-    (set:0|info:0|list:0|get:*|watch:*)
+    (fav:0) compadd list add remove clear ;;
+    (set:0|info:0|list:0|get:*|watch:*|fav:*)
         ((knows_codes)) || return
         # Asked of the projector, which may not be there: not for long, and without a word.
         codes=(${(f)"$(${words[1]} $projector --timeout 500 list --format codes 2>/dev/null)"})

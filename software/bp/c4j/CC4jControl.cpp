@@ -298,37 +298,36 @@ void CC4jControl::SetValueResult(const CProjCon& control, const Json::Value& req
 
 bool CC4jControl::GetProperties(const Json::Value& request, Json::Value& response)
 {
-    InitResponseObj(request, response);
-    if (response.isNull())
-        return true;
-    const std::string code = GetCodeFromParams(GetParams(request));
-    LogReceived("getProperties", request, code);
-    const CProjCon* const control = FindAllowedControl(code, request, response);
-    if (control == nullptr)
-        return true;
-    Json::Value result(Json::objectValue);
-    AddPropToResult(*control, result, true);
-    AddValueToResult(*control, result);
-    SetResult(response, std::move(result));
-    LogCompleted("getProperties", request, code);
+    const auto describe = [this](const CProjCon& control, Json::Value& result)
+    {
+        AddPropToResult(control, result, true);
+        AddValueToResult(control, result);
+    };
+    AnswerAbout("getProperties", &CC4jControl::FindAllowedControl, describe, request, response);
     return true;
 }
 
 bool CC4jControl::GetAttributes(const Json::Value& request, Json::Value& response)
 {
+    AnswerAbout("getAttributes", &CC4jControl::FindControl, AddAttrToResult, request, response);
+    return true;
+}
+
+void CC4jControl::AnswerAbout(const char* method, Finder find, const Describer& describe,
+                              const Json::Value& request, Json::Value& response) const
+{
     InitResponseObj(request, response);
     if (response.isNull())
-        return true;
+        return;
     const std::string code = GetCodeFromParams(GetParams(request));
-    LogReceived("getAttributes", request, code);
-    const CProjCon* const control = FindControl(code, request, response);
+    LogReceived(method, request, code);
+    const CProjCon* const control = (this->*find)(code, request, response);
     if (control == nullptr)
-        return true;
+        return;
     Json::Value result(Json::objectValue);
-    AddAttrToResult(*control, result);
+    describe(*control, result);
     SetResult(response, std::move(result));
-    LogCompleted("getAttributes", request, code);
-    return true;
+    LogCompleted(method, request, code);
 }
 
 bool CC4jControl::List(const Json::Value& request, Json::Value& response)

@@ -4,6 +4,7 @@
 #include "software/bp/c4j/CC4jBaseControlHandler.h"
 #include "software/bp/serial/IControlNotifier.h"
 
+#include <functional>
 #include <list>
 #include <optional>
 #include <string>
@@ -67,6 +68,10 @@ private:
         Command, ///< changes
     };
 
+    using Finder = CProjCon* (CC4jControl::*)(const std::string& code, const Json::Value& request,
+                                              Json::Value& response) const;
+    using Describer = std::function<void(const CProjCon& control, Json::Value& result)>;
+
     bool AskCustomHandler(EExchange exchange, const std::string& code, const Json::Value& request,
                           Json::Value& response);
     std::optional<CIpcMessage> MakeMessage(const std::string& code, const Json::Value& request,
@@ -75,6 +80,8 @@ private:
                          std::list<CIpcMessage>& replies);
     void LogChange(const Json::Value& request, const CProjCon& control, const SChange& change) const;
     void SetValueResult(const CProjCon& control, const Json::Value& request, Json::Value& response) const;
+    void AnswerAbout(const char* method, Finder find, const Describer& describe, const Json::Value& request,
+                     Json::Value& response) const;
     Json::Value Describe(const CProjCon& control, const Json::Value& request) const;
     std::string PrintNotification(const CProjCon& control, ENotifyType type) const;
 

@@ -1,8 +1,10 @@
 // Both programs together.
+#include "software/utility/CAtomicFile.h"
 #include "tests/apps/lanternctl/CCtlProcess.h"
 #include "tests/support/CDaemonProcess.h"
 #include "tests/support/CTemporaryFolder.h"
 
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -27,8 +29,20 @@ protected:
         return process.GetOutput() + process.GetErrors();
     }
 
+    // The installed configuration, with menus that lead in circles, nowhere and to nothing.
+    std::vector<std::string> Config() const
+    {
+        const std::string config = mFolder.File("config");
+        std::filesystem::copy(LANTERN_TEST_CONFIG_DIR, config);
+        CAtomicFile::Write(config + "/menu.json", R"({
+            "MAIN": {"items": ["MMM+IMAG", "LUM", "MMM+SYST", "MMM+LENS", "MMM+FAVR", "MMM+IMAG"]},
+            "IMAG": {"items": ["SRC", "MMM+MAIN", "LHM", "GPW", "XYZ"]},
+            "SYST": {"items": ["MMM+IMAG"]}, "LENS": {}, "FAVR": {}})");
+        return {"--config-dir", config};
+    }
+
     CTemporaryFolder mFolder;
-    CDaemonProcess mDaemon{mFolder.File("state")};
+    CDaemonProcess mDaemon{mFolder.File("state"), Config()};
 };
 } // namespace
 
@@ -57,4 +71,47 @@ TEST_F(LanternCtlDaemon, OneWatchesWhileAnotherSets)
     mDaemon.Stop();
     EXPECT_EQ(watch.Wait(), 3);
     EXPECT_THAT(watch.GetErrors(), HasSubstr(" lost\n"));
+}
+
+TEST_F(LanternCtlDaemon, MenusAreATreeThatEnds)
+{
+    EXPECT_EQ(Run({"menu"}), "Main menu                  MMM+MAIN\n"
+                             "├─ Image                   MMM+IMAG\n"
+                             "│  ├─ Source               SRC       HDMI 1\n"
+                             "│  ├─ Main menu            MMM+MAIN  (see there)\n"
+                             "│  ├─ Home the lens        LHM\n"
+                             "│  ├─ Generated password   GPW       (protected)\n"
+                             "│  └─ Not available (XYZ)\n"
+                             "├─ Light output            LUM       100.0 %\n"
+                             "├─ System                  MMM+SYST\n"
+                             "│  └─ Image                MMM+IMAG  (see there)\n"
+                             "├─ Lens                    MMM+LENS\n"
+                             "│  └─ (empty)\n"
+                             "├─ Favourites              MMM+FAVR\n"
+                             "│  └─ (empty)\n"
+                             "└─ Image                   MMM+IMAG  (see there)\n");
+    EXPECT_EQ(Run({"menu", "ABCD"}, 1), "lanternctl: MMM+ABCD: Menu ID not found (101)\n");
+    EXPECT_EQ(Run({"menu", "LUM+X"}, 1), "lanternctl: LUM+X: Expected MMM+ABCD request (3)\n");
+    EXPECT_THAT(Run({"menu", "MMM+SYST", "--json"}),
+                testing::StartsWith(R"({"access":2,"code":"MMM+SYST",)"));
+    EXPECT_EQ(Run({"list", "imag", "--format", "codes"}), "SRC\nMMM+MAIN\nLHM\nGPW\n");
+    EXPECT_EQ(Run({"list", "MMM+I", "--format", "codes"}, 1), "lanternctl: MMM+I: Menu ID not found (101)\n");
+    EXPECT_EQ(Run({"list", "MMM+LENS", "--format", "codes"}), "");
+}
+
+TEST_F(LanternCtlDaemon, FavoritesAreKeptInTheirOrder)
+{
+    EXPECT_EQ(Run({"fav", "list"}), "CODE  NAME  VALUE\n");
+    EXPECT_EQ(Run({"fav", "list", "--json"}), "[]\n");
+    EXPECT_EQ(Run({"fav", "add", "lum", "SVM", "LUM"}), "");
+    EXPECT_EQ(Run({"fav", "list"}), "CODE  NAME          VALUE\n"
+                                    "LUM   Light output  100.0 %\n"
+                                    "SVM   Service mode  (protected)\n"
+                                    "LUM   Light output  100.0 %\n");
+    EXPECT_EQ(Run({"fav", "add", "BRI", "XYZ"}, 1), "lanternctl: XYZ: Control Not Found (101)\n");
+    EXPECT_EQ(Run({"fav", "remove", "LUM"}), "");
+    EXPECT_EQ(Run({"menu", "FAVR"}), "Favourites       MMM+FAVR\n"
+                                     "└─ Service mode  SVM       (protected)\n");
+    EXPECT_EQ(Run({"fav", "clear"}), "");
+    EXPECT_EQ(Run({"menu", "FAVR"}), "(empty)\n");
 }

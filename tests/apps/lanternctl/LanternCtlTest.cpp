@@ -91,11 +91,15 @@ TEST_F(LanternCtl, SaysWhyItDidNot)
         {{"set", "LUM"}, 2, "", "lanternctl: LUM: a value is missing\n"},
         {{"set", "NME", "\xff"}, 2, "", "lanternctl: argument 5 is not valid UTF-8\n"},
         {{"call", "get", "[\"LUM\"] x"}, 2, "", ""},
+        {{"fav", "add"}, 2, "", "lanternctl: fav add: a code is missing\n"},
+        {{"fav", "clear", "LUM"}, 2, "", "lanternctl: fav clear takes no code\n"},
+        {{"fav", "add", "LUM", "XYZ"}, 1, "", "lanternctl: XYZ: Control Not Found (101)\n"},
         {{"call", "get", "5"}, 2, "", "lanternctl: the parameters must be a JSON array or object\n"},
         {{"fly"},
          2,
          "",
-         "lanternctl: no such command \"fly\"; one of: get, set, info, list, watch, modules, call, send, "
+         "lanternctl: no such command \"fly\"; one of: get, set, info, list, watch, menu, fav, modules, "
+         "call, send, "
          "completion "
          "(see lanternctl --help)\n"},
         {{"set", "NME", "-x"},
@@ -282,8 +286,10 @@ TEST_F(LanternCtl, PeopleGetUnitsAndNothingThatSteersTheirTerminal)
 TEST_F(LanternCtl, CompletionOffersWhatFits)
 {
     const std::pair<std::string, std::string> rows[] = {
-        {"''", "get set info list watch modules call send completion"},
+        {"''", "get set info list watch menu fav modules call send completion"},
         {"se", "set send"},
+        {"fav ''", "list add remove clear"},
+        {"--port @ fav add l", "LHM LUM"},
         {"list --fo", "--format"},
         {"list --format c", "codes"},
         {"--port @ set l", "LHM LUM"}, // of the projector that the line names

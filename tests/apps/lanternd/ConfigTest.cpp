@@ -1,14 +1,17 @@
 // The files that are installed: the simulated projector's controls and their texts.
 #include "apps/lanternd/CControlTable.h"
-#include "apps/lanternd/NJsonFile.h"
+#include "apps/lanternd/NMenus.h"
+#include "software/bp/c4j/CJsonMenu.h"
 #include "software/bp/hwlogic/CPassiveProxy.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
 #include "software/utility/CAtomicFile.h"
 #include "software/utility/CTextCatalog.h"
+#include "software/utility/NJsonFile.h"
 #include "tests/support/CRecordingLog.h"
 
 #include <gtest/gtest.h>
+#include <json/value.h>
 
 #include <algorithm>
 #include <set>
@@ -128,4 +131,30 @@ TEST_F(Config, EveryLanguageHasEveryText)
             EXPECT_NE(texts[id].asString(), "") << id;
         EXPECT_EQ(texts.getMemberNames(), ReadConfig("texts.en.json").getMemberNames());
     }
+}
+
+TEST_F(Config, TheMenusReachEveryControl)
+{
+    CJsonMenu menu(kFolder, "/nonexistent/favmenu.json");
+    NMenus::Load(menu, mDispatcher, mLog); // looks at every entry
+    for (const CRecordingLog::SLine& line : mLog.GetLines())
+        ADD_FAILURE() << line.mText;
+
+    std::set<std::string> reached{"MMM+MAIN"};
+    std::vector<std::string> open{"MAIN"};
+    while (!open.empty())
+    {
+        Json::Value listing;
+        ASSERT_TRUE(menu.GetMenuListing(open.back(), listing)) << open.back();
+        open.pop_back();
+        for (const Json::Value& item : listing["items"])
+        {
+            const std::string code = item.asString();
+            EXPECT_TRUE(reached.insert(code).second) << code << " is in two places";
+            if (code.compare(0, 4, "MMM+") == 0)
+                open.push_back(code.substr(4));
+        }
+    }
+    for (const auto& [code, control] : mDispatcher.GetControls())
+        EXPECT_EQ(reached.count(code), 1u) << code << " is in no menu";
 }

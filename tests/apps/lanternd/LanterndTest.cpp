@@ -1,11 +1,12 @@
 // The real program, its real files and its real port.
-#include "apps/lanternd/NJsonFile.h"
 #include "software/utility/CAtomicFile.h"
+#include "software/utility/NJsonFile.h"
 #include "tests/support/CDaemonProcess.h"
 #include "tests/support/CRpcConnection.h"
 #include "tests/support/CTemporaryFolder.h"
 
 #include <gtest/gtest.h>
+#include <json/value.h>
 
 #include <chrono>
 #include <filesystem>
@@ -188,6 +189,74 @@ TEST_F(Lanternd, SetsADamagedStateFileAside)
     EXPECT_TRUE(CAtomicFile::Read(mState + "/controls.json.bad", kept, 1000));
     EXPECT_EQ(kept, "{\"version\": 1, \"contr");
     EXPECT_NE(daemon.GetLog().find("kept as " + mState + "/controls.json.bad"), std::string::npos);
+}
+
+TEST_F(Lanternd, KeepsFavoritesInTheirOrderAndSetsADamagedListAside)
+{
+    const std::string file = mState + "/favmenu.json";
+    Json::Value codes;
+    for (const char* code : {"LUM", "BRI", "LUM", "XYZ"})
+        codes["code"].append(code);
+    {
+        CDaemonProcess daemon(mState);
+        CRpcConnection client(daemon.GetPort());
+        EXPECT_EQ(client.Call("menu:setFavorites", codes)["error"], Json::Value());
+        daemon.Stop(SIGKILL); // what was answered is in the file
+    }
+    std::string bytes;
+    {
+        CDaemonProcess daemon(mState);
+        CRpcConnection client(daemon.GetPort());
+        const Json::Value menu = client.Call("menu:get", NJsonFile::ParseArray(R"(["MMM+FAVR"])"));
+        std::string shown;
+        for (const Json::Value& item : menu["result"]["items"])
+            shown += item.get("code", "-").asString() + ' ';
+        EXPECT_EQ(shown, "LUM BRI LUM - ");
+        EXPECT_TRUE(CAtomicFile::Read(file, bytes, 1 << 20));
+    }
+    CAtomicFile::Write(file, bytes.substr(0, bytes.size() / 2));
+    CDaemonProcess daemon(mState);
+    EXPECT_NE(daemon.GetLog().find("Unable to read favorites menu file " + file), std::string::npos);
+    std::string aside;
+    EXPECT_TRUE(CAtomicFile::Read(file + ".bad", aside, 1 << 20));
+    EXPECT_EQ(aside, bytes.substr(0, bytes.size() / 2));
+}
+
+TEST_F(Lanternd, StartsWithoutMenusWhenTheirFileIsDamaged)
+{
+    const std::string config = mFolder.File("config");
+    std::filesystem::copy(LANTERN_TEST_CONFIG_DIR, config);
+    const Json::Value main = NJsonFile::ParseArray(R"(["MMM+MAIN"])");
+    struct SRow
+    {
+        std::string mMenus; // "-": no file
+        const char* mLogged;
+        const char* mReply; // part of it
+    };
+    const SRow rows[] = {
+        {"-", "Unable to find menu configuration", "Menu ID not found"},
+        {"", "Unable to read menu configuration", "Menu ID not found"},
+        {R"({"MAIN": {"items": ["PWR")", "there are no menus", "Menu ID not found"},
+        {R"({"MAIN": {"name": 1}})", "Menu MAIN: it has no \"items\"", "items[] not found"},
+        {R"({"MAIN": {"items": ["MMM+MAIN", "MMM+IMAG", "MMM+ABCD", 7]}, "LENZ": {"items": ["BRJ"]}})",
+         "there is no control BRJ", "\"MMM+MAIN\""},
+    };
+    std::string log;
+    for (std::size_t i = 0; i < std::size(rows); ++i)
+    {
+        SCOPED_TRACE(rows[i].mMenus);
+        std::filesystem::remove(config + "/menu.json");
+        if (rows[i].mMenus != "-")
+            CAtomicFile::Write(config + "/menu.json", rows[i].mMenus);
+        CDaemonProcess daemon(mFolder.File("s" + std::to_string(i)), {"--config-dir", config});
+        CRpcConnection client(daemon.GetPort());
+        EXPECT_NE(NJsonFile::Print(client.Call("menu:get", main)).find(rows[i].mReply), std::string::npos);
+        log = daemon.GetLog();
+        EXPECT_NE(log.find(rows[i].mLogged), std::string::npos) << log;
+    }
+    for (const char* line : {"Menu LENZ: there is no control MMM+LENZ", "MMM+IMAG leads nowhere",
+                             "MMM+ABCD leads nowhere", "7 is no control code"})
+        EXPECT_NE(log.find(line), std::string::npos) << line;
 }
 
 TEST_F(Lanternd, RefusesToStartWithASentence)

@@ -56,7 +56,7 @@ TEST_F(TextCatalog, RefusalSaysWhyAndKeepsTheOldTexts)
     const std::string deep = "{\"1\": " + std::string(2000, '[') + std::string(2000, ']') + "}";
     const std::pair<std::string, const char*> cases[] = {
         {"", "Line 1"},
-        {"[\"1\"]", "is not an object"},
+        {"[\"1\"]", "is not a JSON object"},
         {"7", "must be either an array or an object"},
         {R"({"1": "x")", "Line 1"},
         {R"({"1": "x"} {})", "Extra non-whitespace"},

@@ -1,10 +1,10 @@
 // Finding who is to hear of a change, and on which connection: all of a fan-out but its sends.
 #include "software/bp/c4j/CJsonRpcServer.h"
 
-#include "bench/support/CSilentLog.h"
 #include "bench/support/NAllocations.h"
 #include "bench/support/NLoopback.h"
 #include "software/bp/serial/CEventDispatcher.h"
+#include "software/utility/CSilentLog.h"
 #include "tests/support/CManualClock.h"
 
 #include <benchmark/benchmark.h>

@@ -2,9 +2,9 @@
 #include "software/bp/serial/CProjCon.h"
 
 #include "bench/support/CAcceptingProxy.h"
-#include "bench/support/CSilentLog.h"
 #include "bench/support/NAllocations.h"
 #include "software/bp/serial/CEventDispatcher.h"
+#include "software/utility/CSilentLog.h"
 
 #include <benchmark/benchmark.h>
 

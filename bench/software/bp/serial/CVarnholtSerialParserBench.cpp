@@ -2,12 +2,12 @@
 // a scan that keeps nothing.
 #include "software/bp/serial/CVarnholtSerialParser.h"
 
-#include "bench/support/CSilentLog.h"
 #include "bench/support/NAllocations.h"
 #include "software/bp/serial/CCommPort.h"
 #include "software/bp/serial/CEventLink.h"
 #include "software/bp/serial/CSerialHandler.h"
 #include "software/bp/serial/IIpcClient.h"
+#include "software/utility/CSilentLog.h"
 #include "tests/support/CManualClock.h"
 
 #include <benchmark/benchmark.h>

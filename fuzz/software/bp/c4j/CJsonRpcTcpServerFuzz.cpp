@@ -3,9 +3,9 @@
 #include "software/bp/c4j/CJsonRpcServer.h"
 
 #include "software/bp/serial/CEventDispatcher.h"
-#include "software/include/ILog.h"
 #include "software/jsonrpc/RpcMethod.h"
 #include "software/utility/CDescriptor.h"
+#include "software/utility/CSilentLog.h"
 #include "software/utility/IMonotonicClock.h"
 
 #include <arpa/inet.h>
@@ -26,20 +26,6 @@ void Require(bool holds)
     if (!holds)
         std::abort();
 }
-
-class CNoLog : public ILog
-{
-public:
-    // NOLINTBEGIN(cert-dcl50-cpp): printf-style by the interface
-    void Log(const char*, ...) override {}
-    void LogDebug(const char*, ...) override {}
-    void LogFYI(EFyiCode, const char*, ...) override {}
-    void LogWarning(const char*, ...) override {}
-    void LogError(const char*, ...) override {}
-    // NOLINTEND(cert-dcl50-cpp)
-    void EnableAntiSpam(unsigned) override {}
-    bool IsEnabled(ELogLevel) const noexcept override { return true; }
-};
 
 class CStoppedClock : public IMonotonicClock
 {
@@ -126,7 +112,7 @@ private:
         return Echo(request, response);
     }
 
-    CNoLog mLog;
+    CSilentLog mLog{CSilentLog::ELines::Composed};
     CStoppedClock mClock;
     CEventDispatcher mDispatcher{mLog};
     CJsonRpcServer mServer{mDispatcher, "127.0.0.1", 0, mClock, mLog};

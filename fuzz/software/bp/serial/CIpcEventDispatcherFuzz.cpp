@@ -7,7 +7,7 @@
 #include "software/bp/serial/CProjCon.h"
 #include "software/bp/serial/IControlProxy.h"
 #include "software/bp/serial/NIpcSocket.h"
-#include "software/include/ILog.h"
+#include "software/utility/CSilentLog.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -28,20 +28,6 @@ void Require(bool holds)
     if (!holds)
         std::abort();
 }
-
-class CNoLog : public ILog
-{
-public:
-    // NOLINTBEGIN(cert-dcl50-cpp): printf-style by the interface
-    void Log(const char*, ...) override {}
-    void LogDebug(const char*, ...) override {}
-    void LogFYI(EFyiCode, const char*, ...) override {}
-    void LogWarning(const char*, ...) override {}
-    void LogError(const char*, ...) override {}
-    // NOLINTEND(cert-dcl50-cpp)
-    void EnableAntiSpam(unsigned) override {}
-    bool IsEnabled(ELogLevel) const noexcept override { return true; }
-};
 
 class CAgreeableProxy : public IControlProxy
 {
@@ -135,7 +121,7 @@ private:
         return size < 0 && errno == EAGAIN;
     }
 
-    CNoLog mLog;
+    CSilentLog mLog{CSilentLog::ELines::Composed};
     CAgreeableProxy mProxy;
     const CFolder mFolder;
     CEventDispatcher mDispatcher{mLog};

@@ -90,6 +90,8 @@ protected:
         Keep(type, code, kPersistent, minimum, maximum, text, eAccessOperator, 0, 0, kWritable);
     }
 
+    void AddMenu(const std::string& code) { Keep(eDisplayMenu, code, 0, 0, std::string("menu.png")); }
+
     /// One control of every kind.
     void AddControls()
     {

@@ -1,9 +1,10 @@
 // jsoncpp in strict mode, and what that lets through.
-#include "apps/lanternd/NJsonFile.h"
+#include "software/utility/NJsonFile.h"
 
 #include "software/utility/NUtf8.h"
 
 #include <json/reader.h>
+#include <json/value.h>
 #include <json/writer.h>
 
 #include <memory>
@@ -29,9 +30,8 @@ std::string JoinLines(const std::string& text)
         line.pop_back();
     return line;
 }
-} // namespace
 
-Json::Value NJsonFile::ParseObject(const std::string& bytes)
+Json::Value Parse(const std::string& bytes)
 {
     if (!NUtf8::IsStorable(bytes)) // jsoncpp would put replacements into the values
         throw std::runtime_error("it is not UTF-8 text");
@@ -43,24 +43,39 @@ Json::Value NJsonFile::ParseObject(const std::string& bytes)
     std::string errors;
     try
     {
-        if (!reader->parse(bytes.data(), bytes.data() + bytes.size(), &root, &errors))
-            throw std::runtime_error(JoinLines(errors));
+        if (reader->parse(bytes.data(), bytes.data() + bytes.size(), &root, &errors))
+            return root;
     }
     catch (const Json::Exception& error) // too deep
     {
-        throw std::runtime_error(JoinLines(error.what()));
+        errors = error.what();
     }
+    throw std::runtime_error(JoinLines(errors));
+}
+} // namespace
+
+Json::Value NJsonFile::ParseObject(const std::string& bytes)
+{
+    Json::Value root = Parse(bytes);
     if (!root.isObject())
         throw std::runtime_error("it is not a JSON object");
     return root;
 }
 
-std::string NJsonFile::Print(const Json::Value& object)
+Json::Value NJsonFile::ParseArray(const std::string& bytes)
+{
+    Json::Value root = Parse(bytes);
+    if (!root.isArray())
+        throw std::runtime_error("it is not a JSON array");
+    return root;
+}
+
+std::string NJsonFile::Print(const Json::Value& value)
 {
     Json::StreamWriterBuilder builder;
     builder["indentation"] = " ";
     builder["emitUTF8"] = true;
-    return Json::writeString(builder, object) + '\n';
+    return Json::writeString(builder, value) + '\n';
 }
 
 std::string NJsonFile::PrintShort(const Json::Value& value)
