@@ -240,10 +240,10 @@ void CPtBusPcie::WaitTxValid()
 
 std::uint16_t CPtBusPcie::ReadVsync()
 {
-    std::uint32_t counter = 0;
+    NPcieDriver::SNumber counter{};
     if (mFile.Ioctl(NPcieDriver::kReadVsync, &counter) == -1)
         throw CException(__func__, kSource, __LINE__, true, "PtBus V-sync counter cannot be read");
-    return static_cast<std::uint16_t>(counter);
+    return static_cast<std::uint16_t>(counter.mValue);
 }
 
 std::uint16_t CPtBusPcie::WaitOnVsync(std::uint32_t count, std::uint32_t timeoutMs, bool yield)

@@ -41,14 +41,14 @@ void CPtBusPcieDma::Reset()
 
 bool CPtBusPcieDma::IsDmaReady()
 {
-    std::uint32_t status = 0;
+    NPcieDriver::SNumber status{};
     return GetFile().Ioctl(NPcieDriver::kReadDmaStatus, &status) != -1 &&
-           (status & NPcieDriver::kDmaBusyBits) == 0;
+           (status.mValue & NPcieDriver::kDmaBusyBits) == 0;
 }
 
 void CPtBusPcieDma::DmaReset()
 {
-    std::uint32_t nothing = 0;
+    NPcieDriver::SNumber nothing{};
     Control(NPcieDriver::kDmaReset, &nothing, "reset");
 }
 

@@ -13,10 +13,10 @@ constexpr unsigned long kReceive = 0x80085A04;       ///< SReceive: one reply pa
 constexpr unsigned long kSend = 0x40085A05;          ///< SSend: one packet
 constexpr unsigned long kReadBar1 = 0x80085A06;      ///< SReadBar1
 constexpr unsigned long kDmaEnable = 0x40045A0B;     ///< u32: 1 on, 0 off
-constexpr unsigned long kReadVsync = 0x80085A0C;     ///< u32, of which the lower 16 bits count
+constexpr unsigned long kReadVsync = 0x80085A0C;     ///< SNumber, of which the lower 16 bits count
 constexpr unsigned long kDmaSend = 0x40085A0D;       ///< SDmaSend
-constexpr unsigned long kDmaReset = 0x40085A0E;      ///< u32: 0
-constexpr unsigned long kReadDmaStatus = 0x80085A0F; ///< u32
+constexpr unsigned long kDmaReset = 0x40085A0E;      ///< SNumber: 0
+constexpr unsigned long kReadDmaStatus = 0x80085A0F; ///< SNumber
 
 constexpr std::uint32_t kBar1TxValid = 0;           ///< index of the BAR1 register
 constexpr std::uint32_t kTxValidBit = 1;            ///< in that register
@@ -42,6 +42,15 @@ struct SReceive
 };
 static_assert(sizeof(SReceive) == 32 && offsetof(SReceive, mHeader) == 8 &&
               offsetof(SReceive, mBuffer) == 24);
+
+/// A single number. The second half is never used, but the requests' numbers announce 8 bytes, and a driver
+/// that goes by them must not write past the record.
+struct SNumber
+{
+    std::uint32_t mValue;
+    std::uint32_t mSpare;
+};
+static_assert(sizeof(SNumber) == 8);
 
 struct SReadBar1
 {

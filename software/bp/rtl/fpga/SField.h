@@ -1,13 +1,21 @@
 // One field of an FPGA's register map.
 #pragma once
 
-#include "software/bp/rtl/fpga/EFieldKind.h"
-
 #include <cstddef>
 #include <cstdint>
 
 namespace NFpga
 {
+enum class EFieldKind
+{
+    ReadWrite,
+    ReadOnly,
+    WriteOnly,      ///< reads as anything
+    Pulse,          ///< writing ones starts something; clears itself
+    WriteOneClears, ///< set by the device, cleared by writing ones
+    Port,           ///< a FIFO; the whole word
+};
+
 /// One row of a block's map. The maps are arrays of rows, indexed by the block's own `EField`; operations,
 /// checks and documents all read the same rows.
 struct SField
