@@ -1,6 +1,7 @@
 // The table of sub-commands, and the way from the command line to one of them.
 #include "apps/lanternctl/CProgram.h"
 
+#include "apps/lanternctl/CAccountCommand.h"
 #include "apps/lanternctl/CCallCommand.h"
 #include "apps/lanternctl/CCommandFailure.h"
 #include "apps/lanternctl/CCompletionCommand.h"
@@ -57,6 +58,8 @@ constexpr SCommandRow kCommands[] = {
     {"modules", "List the groups of methods", &Make<CModulesCommand>, eOverTcp},
     {"call", "Call any method", &Make<CCallCommand>, eOverTcp},
     {"send", "Send one message as it is, over a serial line", &Make<CSendCommand>, eOverSerial},
+    {"account", "List and change who may log in, in the daemon's state folder", &Make<CAccountCommand>,
+     kOverAll},
     {"completion", "Print a completion script for a shell", &Make<CCompletionCommand>, kOverAll},
 };
 
@@ -106,6 +109,9 @@ public:
         mApp.set_version_flag("--version", std::string("lanternctl " LANTERN_VERSION));
         mApp.footer(kFooter);
         DeclareTransports();
+        mApp.add_option("--user", mOptions.mUser,
+                        "Log in first; the password comes from LANTERN_PASSWORD, or is asked for")
+            ->type_name("NAME");
         mApp.add_option("--timeout", mOptions.mTimeoutMs,
                         "Longest wait for the connection and for each answer, ms")
             ->type_name("MS")
@@ -157,6 +163,13 @@ public:
         if ((row->mTransports & chosen) == 0)
             throw CCommandFailure(EExitCode::WrongUsage, name + " works over " + GetWords(row->mTransports) +
                                                              " only, not over " + GetWords(chosen));
+        if (!mOptions.mUser.empty() && chosen == eOverIpc)
+            throw CCommandFailure(EExitCode::WrongUsage,
+                                  "nobody logs in over the local IPC, where you are the controller itself");
+        if (!mOptions.mUser.empty() && name == "send")
+            throw CCommandFailure(
+                EExitCode::WrongUsage,
+                "send sends one message only; to log in, send '(UID\"NAME\" \"PASSWORD\")'");
     }
 
 private:

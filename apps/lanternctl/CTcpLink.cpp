@@ -154,8 +154,22 @@ Json::Value CTcpLink::Call(const std::string& method, const Json::Value& paramet
     return Request(method, method, parameters);
 }
 
+void CTcpLink::LogIn(const std::string& user, const std::string& password)
+{
+    Json::Value parameters(Json::objectValue);
+    parameters["user"] = user;
+    parameters["pass"] = password;
+    Request("log-in of " + user, "session:connect", parameters, std::max(mTimeout, NWait::kLogInPatience));
+}
+
 Json::Value CTcpLink::Request(const std::string& subject, const std::string& method,
                               const Json::Value& parameters)
+{
+    return Request(subject, method, parameters, mTimeout);
+}
+
+Json::Value CTcpLink::Request(const std::string& subject, const std::string& method,
+                              const Json::Value& parameters, std::chrono::milliseconds timeout)
 {
     Json::Value request(Json::objectValue);
     request["jsonrpc"] = "2.0";
@@ -166,11 +180,11 @@ Json::Value CTcpLink::Request(const std::string& subject, const std::string& met
     mReply.reset();
     Send(request);
 
-    const NWait::Deadline deadline = NWait::After(mTimeout);
+    const NWait::Deadline deadline = NWait::After(timeout);
     while (!mReply)
     {
         if (Receive(deadline, NWait::kNoDescriptor) == EWait::Elapsed)
-            NWait::FailNoAnswer(mName, mTimeout);
+            NWait::FailNoAnswer(mName, timeout);
     }
     const Json::Value& reply = *mReply;
     if (reply.isMember("error"))

@@ -33,11 +33,16 @@ public:
     /// @param method  one that takes a code
     void ChangeFavorites(const std::string& method, const std::string& code);
     /// Any method by its name. @param parameters  an array or object, null for none
+    /// Raises the level of this connection, which takes as long as the projector makes others wait who guess.
+    /// @throws CCommandFailure (refused) with the projector's words
+    void LogIn(const std::string& user, const std::string& password);
     Json::Value Call(const std::string& method, const Json::Value& parameters);
 
 private:
     /// @param subject  what a refusal is about, in front of its text
     Json::Value Request(const std::string& subject, const std::string& method, const Json::Value& parameters);
+    Json::Value Request(const std::string& subject, const std::string& method, const Json::Value& parameters,
+                        std::chrono::milliseconds timeout);
     /// A request about one control, whose answer is the members of an object.
     Json::Value RequestMembers(const std::string& code, const std::string& method,
                                const Json::Value& parameters);

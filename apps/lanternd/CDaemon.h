@@ -22,8 +22,11 @@
 
 class CC4jControl;
 class CC4jMenu;
+class CC4jSession;
 class CIpcEventDispatcher;
 class CJsonRpcServer;
+class CLogInQueue;
+class CSecurityManager;
 class CSerialHandler;
 class ILog;
 struct SOptions;
@@ -48,6 +51,7 @@ public:
 
 private:
     void LoadControls(const SOptions& options);
+    void OpenAccounts(const SOptions& options);
     void OpenServer(const SOptions& options);
     void OpenIpc(const SOptions& options);
     void OpenSerialPorts(const SOptions& options);
@@ -68,12 +72,15 @@ private:
     CControlTable mControls;
     CControlStore mStore;
     CJsonMenu mMenu;
-    CTickTimer mTick;     // drives the projector until the job scheduler takes over
-    std::string mIpcName; // of the socket
+    CTickTimer mTick; // drives the projector until the job scheduler takes over
+    std::unique_ptr<CSecurityManager> mSecurity;
+    std::unique_ptr<CLogInQueue> mLogIns; // before those who wait for its results
+    std::string mIpcName;                 // of the socket
     std::unique_ptr<CIpcEventDispatcher> mIpc;
     std::vector<std::string> mSerialNames;
     std::unique_ptr<CSerialHandler> mSerial; // its links talk to mIpc
     std::unique_ptr<CJsonRpcServer> mServer;
     std::unique_ptr<CC4jControl> mControlMethods;
     std::unique_ptr<CC4jMenu> mMenuMethods;
+    std::unique_ptr<CC4jSession> mSessionMethods;
 };

@@ -59,6 +59,11 @@ bool NUtf8::IsStorable(std::string_view text) noexcept
     std::size_t at = 0;
     while (at < text.size())
     {
+        if (static_cast<signed char>(text[at]) > 0) // most text is ASCII
+        {
+            ++at;
+            continue;
+        }
         const SCharacter character = Decode(text.substr(at));
         if (character.mLength == 0 || character.mCodepoint == 0)
             return false;
