@@ -354,6 +354,9 @@ ROWS = {
     "jobs-pass": in_process_row("Pass over 100 jobs, none due", "SchedulerPass", "SchedulerPassLimit", goal=2.5),
     "jobs-dispatch": in_process_row("Run of an empty job", "DispatchJob", "DispatchJobLimit", goal=1.5),
     "jobs-late": lateness_row("100 jobs of 10 to 20 ms", goal=1.1, share_goal=1 / 0.99),
+    "field-read": in_process_row("Register field read, mapped", "ReadField", "ReadFieldLimit", goal=1.5),
+    "field-write": in_process_row("Register field write, mapped", "WriteField", "WriteFieldLimit", goal=1.5),
+    "port-write": in_process_row("4096 words into a FIFO port", "WritePort", "WritePortLimit", goal=1.5),
     "idle": idle_row("lanternd left alone", 5, cpu_goal=1, memory_goal=30),
 }
 
