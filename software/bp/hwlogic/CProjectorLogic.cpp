@@ -75,7 +75,6 @@ CProjectorLogic::CProjectorLogic(CEventDispatcher& dispatcher, const SProjectorH
 {
     BindLens(hardware);
     BindReadouts(hardware.mCooling);
-    mMonitor.Update(std::chrono::milliseconds(0)); // nobody finds an item without a value
 }
 
 void CProjectorLogic::BindLens(const SProjectorHardware& hardware)
@@ -108,6 +107,12 @@ IControlProxy& CProjectorLogic::GetProxy(std::string_view code) noexcept
     if (found != mProxies.end())
         return *found->second;
     return mPassive;
+}
+
+void CProjectorLogic::ConfigureThermal(const SThermalConfig& config)
+{
+    mFans.Configure(config);
+    mMonitor.Update(std::chrono::milliseconds(0)); // nobody finds an item without a value
 }
 
 int CProjectorLogic::GetLastingValue(const CProjCon& control) const

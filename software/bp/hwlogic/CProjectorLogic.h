@@ -59,7 +59,7 @@ public:
 
     /// Brings the fans under the control of their loops; before, they run at a safe speed.
     /// @throws CException "Thermal zone %d: REASON"
-    void ConfigureThermal(const SThermalConfig& config) { mFans.Configure(config); }
+    void ConfigureThermal(const SThermalConfig& config);
 
     /// Registers what goes on by itself: fans, light limit, counters, read-outs, status.
     /// @param clock  what the jobs measure their time with; like this it outlives the scheduler
