@@ -1,0 +1,47 @@
+// A value moved away is empty, never a size without bytes.
+#include "cep/CEPPropertyData.h"
+
+#include <algorithm>
+#include <utility>
+
+using namespace LibMarlix;
+
+CEPPropertyData::CEPPropertyData(const unsigned char* bytes, std::uint32_t size, std::uint8_t type)
+    : mSize(size)
+    , mType(type)
+{
+    if (size <= kInside)
+    {
+        std::copy_n(bytes, size, mInside.begin());
+        return;
+    }
+    mOutside.reset(new unsigned char[size]); // make_unique would clear what is overwritten at once
+    std::copy_n(bytes, size, mOutside.get());
+}
+
+CEPPropertyData::CEPPropertyData(const CEPPropertyData& other)
+    : CEPPropertyData(other.getBytes(), other.mSize, other.mType)
+{
+}
+
+CEPPropertyData::CEPPropertyData(CEPPropertyData&& other) noexcept
+    : mSize(std::exchange(other.mSize, 0))
+    , mType(other.mType)
+    , mInside(other.mInside)
+    , mOutside(std::move(other.mOutside))
+{
+}
+
+CEPPropertyData& CEPPropertyData::operator=(const CEPPropertyData& other)
+{
+    return *this = CEPPropertyData(other);
+}
+
+CEPPropertyData& CEPPropertyData::operator=(CEPPropertyData&& other) noexcept
+{
+    mSize = std::exchange(other.mSize, 0);
+    mType = other.mType;
+    mInside = other.mInside;
+    mOutside = std::move(other.mOutside);
+    return *this;
+}
