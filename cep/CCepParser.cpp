@@ -66,12 +66,12 @@ CCepParser::SReceived CCepParser::receive(ECrc crc)
     for (std::size_t at = 0; received.mDropped += drop(findStart()), findMsg(at);)
     {
         std::size_t announced = 0;
-        received.mHasRightCrc = message->fromBytes(front(), size(), announced, true);
-        const bool isSound =
-            received.mHasRightCrc || (message->getDecodingError() == eCepWrongCrc && crc == ECrc::Told &&
-                                      message->fromBytes(front(), size(), announced, false));
+        const bool isSound = message->fromBytes(front(), size(), announced, crc == ECrc::Right);
         if (isSound)
         {
+            // Only of what is sound: a stream of false lengths would have it computed again and again.
+            received.mHasRightCrc =
+                crc == ECrc::Right || message->fromBytes(front(), announced, announced, true);
             drop(announced);
             received.mMessage = std::move(message);
             return received;
