@@ -2,6 +2,7 @@
 #include "apps/lanternctl/CProgram.h"
 
 #include "apps/lanternctl/CCallCommand.h"
+#include "apps/lanternctl/CCepCommand.h"
 #include "apps/lanternctl/CCommandFailure.h"
 #include "apps/lanternctl/CCompletionCommand.h"
 #include "apps/lanternctl/CFavCommand.h"
@@ -57,6 +58,7 @@ constexpr SCommandRow kCommands[] = {
     {"modules", "List the groups of methods", &Make<CModulesCommand>, eOverTcp},
     {"call", "Call any method", &Make<CCallCommand>, eOverTcp},
     {"send", "Send one message as it is, over a serial line", &Make<CSendCommand>, eOverSerial},
+    {"cep", "Messages of a companion module: decode, encode, talk, serve", &Make<CCepCommand>, kOverAll},
     {"completion", "Print a completion script for a shell", &Make<CCompletionCommand>, kOverAll},
 };
 
