@@ -1,4 +1,4 @@
-// At most three bytes behind the first, so that every length fits a message.
+// The long forms. At most three bytes follow the first, so that every length fits a message.
 #include "cep/CBERLength.h"
 
 using namespace LibMarlix;
@@ -8,10 +8,8 @@ std::size_t CBERLength::longBytes(unsigned char first) noexcept
     return first > kLong && first < kLong + kMaxBytes ? static_cast<std::size_t>(first - kLong) : 0;
 }
 
-std::size_t CBERLength::berBytesLength(std::uint32_t length) noexcept
+std::size_t CBERLength::longBerBytesLength(std::uint32_t length) noexcept
 {
-    if (length < kLong)
-        return 1;
     if (length <= 0xFF)
         return 2;
     if (length <= 0xFFFF)
@@ -19,30 +17,23 @@ std::size_t CBERLength::berBytesLength(std::uint32_t length) noexcept
     return length <= kMaxLength ? kMaxBytes : 0;
 }
 
-std::size_t CBERLength::encodeLengthToBer(std::uint32_t length, unsigned char* bytes) noexcept
+std::size_t CBERLength::encodeLong(std::uint32_t length, unsigned char* bytes) noexcept
 {
-    const std::size_t size = bytes == nullptr ? 0 : berBytesLength(length);
-    if (size == 1)
-        bytes[0] = static_cast<unsigned char>(length);
-    if (size <= 1)
-        return size;
+    const std::size_t size = bytes == nullptr ? 0 : longBerBytesLength(length);
+    if (size == 0)
+        return 0;
     bytes[0] = static_cast<unsigned char>(kLong + size - 1);
     for (std::size_t i = 1; i < size; ++i)
         bytes[i] = static_cast<unsigned char>(length >> (8 * (size - 1 - i)));
     return size;
 }
 
-std::size_t CBERLength::decodeLengthFromBer(const unsigned char* bytes, std::size_t available,
-                                            std::uint32_t& length) noexcept
+std::size_t CBERLength::decodeLong(const unsigned char* bytes, std::size_t available,
+                                   std::uint32_t& length) noexcept
 {
     length = 0;
     if (bytes == nullptr || available == 0)
         return 0;
-    if (bytes[0] < kLong)
-    {
-        length = bytes[0];
-        return 1;
-    }
     const std::size_t following = longBytes(bytes[0]);
     if (following == 0 || available <= following)
         return 0;

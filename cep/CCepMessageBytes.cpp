@@ -80,7 +80,7 @@ unsigned char* CCepMessage::putProperties(EVERSION format, unsigned char* at) co
         at += CBERLength::encodeLengthToBer(size + (hasType ? kTypeSize : 0), at);
         if (hasType)
             *at++ = property.mData.getType();
-        at = std::copy_n(property.mData.getBytes(), size, at);
+        at = property.mData.copyTo(at);
     }
     return at;
 }
@@ -93,7 +93,8 @@ unsigned char* CCepMessage::toBytes(EVERSION format, std::size_t& length, bool w
         return nullptr;
     const auto areaSize = static_cast<std::uint32_t>(area);
     const std::size_t total = kHeaderSize + CBERLength::berBytesLength(areaSize) + areaSize;
-    std::unique_ptr<unsigned char[]> bytes(new unsigned char[total]); // make_unique would clear it first
+    std::unique_ptr<unsigned char[]> bytes(
+        new unsigned char[total + CEPPropertyData::kInside]); // the rest as room for copyTo
 
     std::copy(std::begin(kMagic), std::end(kMagic), bytes.get());
     CHeaderWriter out(bytes.get() + kFormatOffset);

@@ -1,22 +1,14 @@
 // A value moved away is empty, never a size without bytes.
 #include "cep/CEPPropertyData.h"
 
-#include <algorithm>
 #include <utility>
 
 using namespace LibMarlix;
 
-CEPPropertyData::CEPPropertyData(const unsigned char* bytes, std::uint32_t size, std::uint8_t type)
-    : mSize(size)
-    , mType(type)
+void CEPPropertyData::copyOutside(const unsigned char* bytes)
 {
-    if (size <= kInside)
-    {
-        std::copy_n(bytes, size, mInside.begin());
-        return;
-    }
-    mOutside.reset(new unsigned char[size]); // make_unique would clear what is overwritten at once
-    std::copy_n(bytes, size, mOutside.get());
+    mOutside.reset(new unsigned char[mSize]); // make_unique would clear what is overwritten at once
+    std::copy_n(bytes, mSize, mOutside.get());
 }
 
 CEPPropertyData::CEPPropertyData(const CEPPropertyData& other)

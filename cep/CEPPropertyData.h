@@ -1,9 +1,11 @@
 // One property's value, as bytes.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 namespace LibMarlix
@@ -16,7 +18,15 @@ public:
     CEPPropertyData() noexcept = default;
     /// @param bytes  `size` of them are copied; may be null when that is 0
     /// @param type   an `EPROPERTY_TYPES` value, or any other that came over the line
-    CEPPropertyData(const unsigned char* bytes, std::uint32_t size, std::uint8_t type);
+    CEPPropertyData(const unsigned char* bytes, std::uint32_t size, std::uint8_t type)
+        : mSize(size)
+        , mType(type)
+    {
+        if (size <= kInside)
+            copySmall(bytes, size, mInside.data());
+        else
+            copyOutside(bytes);
+    }
     CEPPropertyData(const CEPPropertyData& other);
     CEPPropertyData(CEPPropertyData&& other) noexcept;
     CEPPropertyData& operator=(const CEPPropertyData& other);
@@ -33,8 +43,37 @@ public:
         return mSize <= kInside ? mInside.data() : mOutside.get();
     }
 
-private:
-    static constexpr std::size_t kInside = 16; // bytes; a multiple of a number's size
+    /// Copies them to `to`, where there is room for `kInside` bytes at least.
+    unsigned char* copyTo(unsigned char* to) const noexcept
+    {
+        if (mSize > kInside)
+            return std::copy_n(mOutside.get(), mSize, to);
+        std::memcpy(to, mInside.data(), kInside); // one move of a fixed size; what is too much is overwritten
+        return to + mSize;
+    }
+
+    static constexpr std::size_t kInside = 16; ///< bytes that need no memory of their own
+
+private: // Moves of fixed sizes that may overlap: most values are numbers, for which a call costs more than
+         // the copy.
+    static void copySmall(const unsigned char* from, std::size_t size, unsigned char* to) noexcept
+    {
+        if (size >= 8)
+            copyBothEnds<8>(from, size, to);
+        else if (size >= 4)
+            copyBothEnds<4>(from, size, to);
+        else if (size >= 2)
+            copyBothEnds<2>(from, size, to);
+        else if (size == 1)
+            *to = *from;
+    }
+    template <std::size_t tPart>
+    static void copyBothEnds(const unsigned char* from, std::size_t size, unsigned char* to) noexcept
+    {
+        std::memcpy(to, from, tPart);
+        std::memcpy(to + size - tPart, from + size - tPart, tPart);
+    }
+    void copyOutside(const unsigned char* bytes);
 
     std::uint32_t mSize = 0;
     std::uint8_t mType = 0;
