@@ -87,7 +87,7 @@ TEST_F(LanternCtlCep, ShowsAMessageToAPerson)
     Run("/dev/null", "decode " + damaged, 0,
         "1 byte at 0 is no message\n"
         "message 1: 26 bytes at 1\n"
-        "  format 1.0, command 0, object 16, error 0, from 0 to 0, security 0, sequence 7, CRC 0x8bd6 "
+        "  format 1.0, command 0, object 16, error 0, from 0 to 0, security 0, sequence 7, CRC 0x602c "
         "(wrong)\n"
         "  17  type 255  8402\n");
 }
