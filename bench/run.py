@@ -17,6 +17,7 @@ import resource
 import signal
 import socket
 import statistics
+import struct
 import subprocess
 import sys
 import tempfile
@@ -26,6 +27,7 @@ SOURCE = pathlib.Path(__file__).resolve().parent.parent
 START_SECONDS = 20  # a server that is not ready by then has failed
 GET = '{"jsonrpc":"2.0","id":1,"method":"control:get","params":["LUM"]}'
 SUBSCRIBE = '{"jsonrpc":"2.0","id":1,"method":"control:addListener","params":["BRI"]}'
+IPC_GET = struct.pack("<HHI4s10xH", 0x13FE, 0x2, 0, b"MUL", 24)  # the same over the local IPC
 CHANGE = '{"jsonrpc":"2.0","id":1,"method":"control:set","params":["BRI",%d]}'
 CHANGES = [CHANGE % value for value in (10, 20)]  # in turn, so that each is one
 
@@ -110,12 +112,18 @@ class Bench:
 
     @contextlib.contextmanager
     def daemon(self):
+        with self.daemon_and_socket() as (process, port, _):
+            yield process, port
+
+    @contextlib.contextmanager
+    def daemon_and_socket(self):
+        """Yields its process, its port, the socket of its local IPC."""
         with tempfile.TemporaryDirectory(prefix="lantern-bench-") as folder:
             command = [self.program("apps/lanternd/lanternd"), "--port", "0", "--bind", "127.0.0.1",
                        "--run-dir", f"{folder}/run", "--state-dir", f"{folder}/state",
                        "--config-dir", str(SOURCE / "config")]
-            with self.server(command, r"^lanternd ready: json-rpc=(\d+)") as started:
-                yield started
+            with self.server(command, r"^lanternd ready: json-rpc=(\d+)") as (process, port):
+                yield process, port, f"{folder}/run/main_controller.socket"
 
     def bare(self, program, *texts):
         return self.server([self.program(program), *texts], r"^ready: port=(\d+)")
@@ -210,6 +218,49 @@ def get_row(job, options, cpu_goal, p50_goal=None):
     return run
 
 
+def ipc_rounds(bench, options):
+    """Requests over the local IPC beside a silent JSON-RPC client, and rounds of a bare epoll server on a Unix
+    socket that answers each with the daemon's own reply: lists of results."""
+    spin = ["--spin"] if bench.load_core != bench.server_core else []
+    with bench.daemon_and_socket() as (daemon, port, path), Client(port):
+        with socket.socket(socket.AF_UNIX) as client:
+            client.settimeout(5)
+            client.connect(path)
+            client.sendall(IPC_GET)
+            reply = client.recv(4096)
+        echo_path = path + ".echo"
+        with bench.bare("bench/limits/bench_epoll_echo", echo_path, reply.hex()) as (echo, _):
+            def load(process, at):
+                result = bench.load("bench/load/bench_request_load", "--socket", at,
+                                    "--request-hex", IPC_GET.hex(), *options, *spin,
+                                    "--seconds", bench.seconds, "--server-pid", process.pid)
+                if result["reply_bytes"] != len(reply):
+                    raise RuntimeError(f"replies of {result['reply_bytes']} bytes, not {len(reply)}")
+                return result
+            return bench.alternate(lambda: load(daemon, path), lambda: load(echo, echo_path))
+
+
+def ipc_row(job, p50_goal, p99_goal):
+    def run(bench):
+        ours, limit = ipc_rounds(bench, [])
+        yield from compare(job, ours, limit, {"p50_us": ("p50", "us", p50_goal),
+                                              "server_cpu_us": ("CPU/request", "us", None)})
+        yield Figure(job, "p99", "us", statistics.median(result["p99_us"] for result in ours),
+                     statistics.median(result["p99_us"] for result in limit), goal=p99_goal, absolute=True)
+    return run
+
+
+def ipc_fairness_row(job, clients, goal):
+    """How much longer the median of the client served worst is than that of the one served best."""
+    def run(bench):
+        ours, limit = ipc_rounds(bench, ["--clients", clients])
+        spread = [[result["worst_client_p50_us"] / result["best_client_p50_us"] for result in results]
+                  for results in (ours, limit)]
+        yield Figure(job, "worst/best p50", "", *map(statistics.median, spread), goal=goal, absolute=True)
+        yield from compare(job, ours, limit, {"p50_us": ("p50", "us", None)})
+    return run
+
+
 def fan_out_row(job, subscribers, goal, finding_goal):
     """Changes told to so many subscribers, against a bare loop of sends of the same text; and what finding
     those subscribers takes of the sends."""
@@ -279,6 +330,8 @@ ROWS = {
     "get-100c": get_row("JSON-RPC get, 100 clients", ["--clients", 100], cpu_goal=1.6),
     "get-1000c": get_row("JSON-RPC get, 1000 clients", ["--clients", 1000], cpu_goal=1.6),
     "get-idle": get_row("JSON-RPC get, 1 client and 999 idle", ["--idle", 999], cpu_goal=1.45, p50_goal=1.2),
+    "ipc-get": ipc_row("Local IPC get, 1 client, one at a time", p50_goal=1.35, p99_goal=1000),
+    "ipc-50c": ipc_fairness_row("Local IPC get, 50 clients", 50, goal=2),
     "fan-out-100": fan_out_row("Change told to 100 subscribers", 100, goal=1.10, finding_goal=0.05),
     "fan-out-1000": fan_out_row("Change told to 1000 subscribers", 1000, goal=1.10, finding_goal=0.05),
     "set-value": in_process_row("SetValue, nobody listens", "SetValue", "SetValueLimit", absolute_goal=100),

@@ -4,6 +4,10 @@
 add_library(lantern_build_flags INTERFACE)
 target_compile_options(lantern_build_flags INTERFACE
     -Wall -Wextra -Wshadow -Wconversion -Werror)
+# Nobody replaces single functions of a static library, so they may be inlined although the code can be moved.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(lantern_build_flags INTERFACE -fno-semantic-interposition)
+endif()
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64" AND LANTERN_MARCH)
     target_compile_options(lantern_build_flags INTERFACE -march=${LANTERN_MARCH})
 endif()

@@ -4,8 +4,9 @@ find_package(Threads REQUIRED)
 find_package(jsoncpp REQUIRED)
 find_package(spdlog REQUIRED)
 find_package(ZLIB REQUIRED)
+find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
 
 # The same libraries as pkg-config knows them; lantern.pc hands them on.
-set(LANTERN_PKGCONFIG_REQUIRES "jsoncpp spdlog libutf8proc zlib")
+set(LANTERN_PKGCONFIG_REQUIRES "jsoncpp spdlog libutf8proc libcrypto zlib")

@@ -30,6 +30,9 @@ public:
     double GetFanSpeed(EThermalZone zone) const override;
     void SetFanDemand(EThermalZone zone, double demand) override;
 
+    /// Something stops the fan, or no longer does.
+    void BlockFan(EThermalZone zone, bool blocked) noexcept { ZoneAt(zone).mFan.SetBlocked(blocked); }
+
     /// What it was told last.
     bool IsOn() const noexcept { return mIsOn; }
     bool IsShutterClosed() const noexcept { return mIsShutterClosed; }

@@ -28,5 +28,6 @@ void CSimulatedFan::SetDemand(double demand) noexcept
 void CSimulatedFan::Advance(std::chrono::milliseconds step) noexcept
 {
     const double seconds = std::chrono::duration<double>(step).count();
-    mSpeed = mTarget + (mSpeed - mTarget) * std::exp(-seconds / kSpinUpSeconds);
+    const double target = mBlocked ? 0.0 : mTarget;
+    mSpeed = target + (mSpeed - target) * std::exp(-seconds / kSpinUpSeconds);
 }

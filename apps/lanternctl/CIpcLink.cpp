@@ -17,16 +17,6 @@ namespace
 constexpr char kUniqueName[] = "lanternctl";
 constexpr int kNobody = CEventLink::kNoAccessGroup;
 
-// The name under which the control process opened the socket, which may differ from ours by a link; empty
-// when it can not be told.
-std::string GetPeerName(const CDescriptor& socket)
-{
-    sockaddr_un address{};
-    socklen_t size = sizeof address;
-    if (getpeername(socket.Get(), reinterpret_cast<sockaddr*>(&address), &size) != 0)
-        return "";
-    return std::string(address.sun_path, strnlen(address.sun_path, sizeof address.sun_path));
-}
 } // namespace
 
 CIpcLink::CIpcLink(const std::string& runDirectory, std::chrono::milliseconds timeout)
@@ -35,8 +25,8 @@ CIpcLink::CIpcLink(const std::string& runDirectory, std::chrono::milliseconds ti
 {
     try
     {
-        mRunDirectory = FindRunDirectory(runDirectory);
-        mLink = std::make_unique<CEventLink>(mLog, kUniqueName, mRunDirectory);
+        CheckConnection();
+        mLink = std::make_unique<CEventLink>(mLog, kUniqueName, runDirectory);
     }
     catch (const CException& e) // of a name
     {
@@ -47,8 +37,8 @@ CIpcLink::CIpcLink(const std::string& runDirectory, std::chrono::milliseconds ti
 
 CIpcLink::~CIpcLink() = default;
 
-// Our notification socket must be in the folder that the control process knows, by the name it knows.
-std::string CIpcLink::FindRunDirectory(const std::string& given)
+// Tells why there is no connection, which an error code can not.
+void CIpcLink::CheckConnection() const
 {
     const CDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     if (!socket.IsOpen())
@@ -56,15 +46,13 @@ std::string CIpcLink::FindRunDirectory(const std::string& given)
     const int error = NIpcSocket::Connect(socket, mName);
     if (error != 0 && error != EAGAIN) // busy: the link waits for its turn
         NWait::FailNoConnection(mName, std::strerror(error));
-    const std::string server = error == 0 ? GetPeerName(socket) : "";
-    const bool isUsable = !server.empty() && server.front() == '/';
-    return isUsable ? NIpcSocket::GetRunDirectory(server) : given;
 }
 
 void CIpcLink::Watch(const std::vector<std::string>& codes)
 {
     if (mLink->GetNotifyDescriptor() < 0)
-        NWait::FailConnection("unable to open a socket for notifications in " + mRunDirectory +
+        NWait::FailConnection("unable to open a socket for notifications in " +
+                              NIpcSocket::GetRunDirectory(mName) +
                               ": it takes the right to make files there");
     std::string subject;
     std::list<SControlSet> controls;

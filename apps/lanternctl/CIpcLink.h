@@ -29,12 +29,11 @@ private:
     Refusal Command(CIpcMessage& command, CIpcMessage& reply) override;
     EWait Receive(const NWait::Deadline& deadline, int interrupt) override;
 
-    std::string FindRunDirectory(const std::string& given);
+    void CheckConnection() const;
     Refusal Judge(EError error, const CIpcMessage* answer) const;
 
     const std::string mName; // of the control process's socket
     const std::chrono::milliseconds mTimeout;
     CSilentLog mLog;
-    std::string mRunDirectory;
     std::unique_ptr<CEventLink> mLink;
 };

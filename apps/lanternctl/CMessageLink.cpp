@@ -5,6 +5,8 @@
 #include "software/bp/serial/EDisplayType.h"
 #include "software/bp/serial/NErrorText.h"
 #include "software/bp/serial/NIpcMsgUtil.h"
+#include "software/bp/serial/NStatusMessages.h"
+#include "software/bp/status/CStatusDb.h"
 #include "software/utility/CIpcMessage.h"
 
 #include <algorithm>
@@ -157,6 +159,51 @@ std::optional<CControlInfo> CMessageLink::Describe(const std::string& code, ENee
             AddFact(members, code, fact.mModifier);
     }
     return CControlInfo(std::move(members), CControlInfo::ENumbers::Bare);
+}
+
+std::vector<std::string> CMessageLink::GetStatusGroups()
+{
+    std::vector<std::string> names;
+    for (const Json::Value& group : AskStatus("status", CStatusDb::kSummaryName))
+        names.push_back(group["group"].asString());
+    return names;
+}
+
+std::vector<Json::Value> CMessageLink::GetStatusItems(const std::string& group)
+{
+    return AskStatus(group, group);
+}
+
+std::vector<Json::Value> CMessageLink::GetAlarms()
+{
+    return AskStatus("alarms", CStatusDb::kAlarmsName);
+}
+
+void CMessageLink::WatchAlarms()
+{
+    throw CCommandFailure(EExitCode::WrongUsage, "alarms can be watched over TCP (--host, --port) only");
+}
+
+std::vector<Json::Value> CMessageLink::AskStatus(const std::string& subject, const std::string& name)
+{
+    CIpcMessage request = NStatusMessages::MakeRequest(name);
+    std::list<CIpcMessage> replies;
+    if (const Refusal refusal = Request(request, replies))
+        FailRefused(subject, *refusal);
+    std::vector<Json::Value> items;
+    for (const CIpcMessage& reply : replies)
+    {
+        SStatus status;
+        if (!NStatusMessages::ReadItem(reply, status))
+            continue;
+        Json::Value& item = items.emplace_back(Json::objectValue);
+        item["idx"] = status.mIndex;
+        item["group"] = status.mGroup;
+        item["status"] = static_cast<int>(status.mStatus);
+        item["value"] = status.mValue;
+        item["desc"] = status.mDescription;
+    }
+    return items;
 }
 
 IProjectorLink::EWait CMessageLink::WaitForChange(Json::Value& change,

@@ -21,6 +21,10 @@ public:
     Json::Value Get(const std::string& code) override;
     Json::Value Set(const std::string& code, const Json::Value& value) override;
     std::optional<CControlInfo> Describe(const std::string& code, ENeed need) override;
+    std::vector<std::string> GetStatusGroups() override;
+    std::vector<Json::Value> GetStatusItems(const std::string& group) override;
+    std::vector<Json::Value> GetAlarms() override;
+    void WatchAlarms() override; ///< @throws CCommandFailure (wrong usage): no message tells of them
     EWait WaitForChange(Json::Value& change, std::optional<std::chrono::milliseconds> timeout,
                         int interrupt) override;
 
@@ -50,6 +54,7 @@ protected:
     [[noreturn]] static void FailRefused(const std::string& subject, const SRefusal& refusal);
 
 private:
+    std::vector<Json::Value> AskStatus(const std::string& subject, const std::string& name);
     void AddChoices(Json::Value& members, const std::string& code);
     void Complete(Json::Value& change);
 

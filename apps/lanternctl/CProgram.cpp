@@ -1,6 +1,8 @@
 // The table of sub-commands, and the way from the command line to one of them.
 #include "apps/lanternctl/CProgram.h"
 
+#include "apps/lanternctl/CAccountCommand.h"
+#include "apps/lanternctl/CAlarmsCommand.h"
 #include "apps/lanternctl/CCallCommand.h"
 #include "apps/lanternctl/CCepCommand.h"
 #include "apps/lanternctl/CCommandFailure.h"
@@ -14,6 +16,7 @@
 #include "apps/lanternctl/CSendCommand.h"
 #include "apps/lanternctl/CSession.h"
 #include "apps/lanternctl/CSetCommand.h"
+#include "apps/lanternctl/CStatusCommand.h"
 #include "apps/lanternctl/CWatchCommand.h"
 #include "apps/lanternctl/ICommand.h"
 #include "software/utility/NUtf8.h"
@@ -53,12 +56,16 @@ constexpr SCommandRow kCommands[] = {
     {"info", "Show everything about a control", &Make<CInfoCommand>, kOverAll},
     {"list", "List the controls", &Make<CListCommand>, eOverTcp},
     {"watch", "Show changes as they happen", &Make<CWatchCommand>, kOverAll},
+    {"status", "Show how the projector is doing", &Make<CStatusCommand>, eOverTcp | eOverIpc},
+    {"alarms", "Show what is not as it should be", &Make<CAlarmsCommand>, eOverTcp | eOverIpc},
     {"menu", "Show a menu and what is below it", &Make<CMenuCommand>, eOverTcp},
     {"fav", "Show or change the favourites", &Make<CFavCommand>, eOverTcp},
     {"modules", "List the groups of methods", &Make<CModulesCommand>, eOverTcp},
     {"call", "Call any method", &Make<CCallCommand>, eOverTcp},
     {"send", "Send one message as it is, over a serial line", &Make<CSendCommand>, eOverSerial},
     {"cep", "Messages of a companion module: decode, encode, talk, serve", &Make<CCepCommand>, kOverAll},
+    {"account", "List and change who may log in, in the daemon's state folder", &Make<CAccountCommand>,
+     kOverAll},
     {"completion", "Print a completion script for a shell", &Make<CCompletionCommand>, kOverAll},
 };
 
@@ -73,19 +80,19 @@ constexpr STransportRow kTransports[] = {
     {eOverSerial, "a serial line (--serial)"},
 };
 
-const char* GetWords(unsigned transports)
+std::string GetWords(unsigned transports)
 {
-    return std::find_if(std::begin(kTransports), std::end(kTransports),
-                        [=](const STransportRow& t) { return (t.mTransport & transports) != 0; })
-        ->mWords;
+    std::string words;
+    for (const STransportRow& row : kTransports)
+        if ((row.mTransport & transports) != 0)
+            words += (words.empty() ? "" : " and ") + std::string(row.mWords);
+    return words;
 }
 
 constexpr char kFooter[] =
     "Over --ipc and --serial numbers are shown and taken as they are, without decimals and units (73.5 % is\n"
-    "735, on is 1), and list, menu, fav, modules and call are not possible. Over --ipc you are the "
-    "controller itself: "
-    "no\n"
-    "control is protected.\n"
+    "735, on is 1), and list, menu, fav, modules, call and watch --alarms are not possible, nor status and\n"
+    "alarms over --serial. Over --ipc you are the controller itself: no control is protected.\n"
     "Exit codes: 0 done, 1 the projector refused, 2 wrong usage, 3 no connection or no answer in time.\n"
     "Examples:\n"
     "  lanternctl set LUM 73.5\n"
@@ -108,6 +115,9 @@ public:
         mApp.set_version_flag("--version", std::string("lanternctl " LANTERN_VERSION));
         mApp.footer(kFooter);
         DeclareTransports();
+        mApp.add_option("--user", mOptions.mUser,
+                        "Log in first; the password comes from LANTERN_PASSWORD, or is asked for")
+            ->type_name("NAME");
         mApp.add_option("--timeout", mOptions.mTimeoutMs,
                         "Longest wait for the connection and for each answer, ms")
             ->type_name("MS")
@@ -159,6 +169,13 @@ public:
         if ((row->mTransports & chosen) == 0)
             throw CCommandFailure(EExitCode::WrongUsage, name + " works over " + GetWords(row->mTransports) +
                                                              " only, not over " + GetWords(chosen));
+        if (!mOptions.mUser.empty() && chosen == eOverIpc)
+            throw CCommandFailure(EExitCode::WrongUsage,
+                                  "nobody logs in over the local IPC, where you are the controller itself");
+        if (!mOptions.mUser.empty() && name == "send")
+            throw CCommandFailure(
+                EExitCode::WrongUsage,
+                "send sends one message only; to log in, send '(UID\"NAME\" \"PASSWORD\")'");
     }
 
 private:

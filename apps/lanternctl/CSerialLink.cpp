@@ -16,6 +16,7 @@ namespace
 constexpr unsigned short kUnitAddresses = 1024; // 0 to 1023
 constexpr unsigned short kThisUnit = 65534;     // whichever unit receives it
 constexpr char kErrorCode[] = "ERR";
+constexpr char kLogInCode[] = "UID";
 constexpr unsigned char kEnabledModifier = 'E';
 constexpr std::size_t kMaxReplies = 4096;     // to one message
 constexpr std::size_t kMaxChanges = 10'000;   // that wait while an answer is awaited
@@ -61,6 +62,18 @@ CSerialLink::~CSerialLink()
     catch (const CCommandFailure&) // the line is lost, and the registrations with it
     {
     }
+}
+
+void CSerialLink::LogIn(const std::string& user, const std::string& password)
+{
+    CIpcMessage message;
+    message.SetCode(kLogInCode);
+    message.SetSubCode("");
+    message.AddArg(0, user);
+    message.AddArg(1, password);
+    std::list<CIpcMessage> replies;
+    if (const Refusal refusal = Exchange(message, replies, std::max(mTimeout, NWait::kLogInPatience)))
+        FailRefused("log-in of " + user, *refusal);
 }
 
 // The state of the controls comes before the acknowledgement; a line tells of it the value alone.
@@ -138,9 +151,15 @@ std::string CSerialLink::Await(const NWait::Deadline& deadline)
 
 CMessageLink::Refusal CSerialLink::Exchange(CIpcMessage& message, std::list<CIpcMessage>& replies)
 {
+    return Exchange(message, replies, mTimeout);
+}
+
+CMessageLink::Refusal CSerialLink::Exchange(CIpcMessage& message, std::list<CIpcMessage>& replies,
+                                            std::chrono::milliseconds timeout)
+{
     Send(message);
     const std::string errorPrefix = NIpcMsgUtil::GetFullCode(message) + ": ";
-    NWait::Deadline deadline = NWait::After(mTimeout);
+    NWait::Deadline deadline = NWait::After(timeout);
     Refusal refusal;
     for (;;)
     {

@@ -20,6 +20,8 @@ public:
     CSerialLink(const std::string& description, std::chrono::milliseconds timeout);
     ~CSerialLink() override; ///< ends its registrations
 
+    /// Raises the level of this line, until it was silent for an hour; as of `CTcpLink`.
+    void LogIn(const std::string& user, const std::string& password);
     void Watch(const std::vector<std::string>& codes) override;
 
 private:
@@ -30,6 +32,8 @@ private:
     void Send(CIpcMessage& message);
     std::string Await(const NWait::Deadline& deadline);
     Refusal Exchange(CIpcMessage& message, std::list<CIpcMessage>& replies);
+    Refusal Exchange(CIpcMessage& message, std::list<CIpcMessage>& replies,
+                     std::chrono::milliseconds timeout);
     bool IsReplyTo(const CIpcMessage& message, const CIpcMessage& received) const;
     void TakeAside(const CIpcMessage& received);
     Refusal Register(const std::vector<std::string>& codes);

@@ -7,6 +7,8 @@
 #include "apps/lanternctl/CSerialLink.h"
 #include "apps/lanternctl/CTcpLink.h"
 #include "apps/lanternctl/NDisplayText.h"
+#include "apps/lanternctl/NPassword.h"
+#include "software/bp/security/CSecret.h"
 
 #include <cerrno>
 #include <cstring>
@@ -38,9 +40,9 @@ IProjectorLink& CSession::GetLink()
         return *mLink;
     switch (mOptions.GetTransport())
     {
-    case eOverTcp: mLink = std::make_unique<CTcpLink>(mOptions.mHost, mOptions.mPort, GetTimeout()); break;
+    case eOverTcp: mLink = OpenTcpLink(); break;
     case eOverIpc: mLink = std::make_unique<CIpcLink>(mOptions.mRunDirectory, GetTimeout()); break;
-    case eOverSerial: mLink = std::make_unique<CSerialLink>(mOptions.mSerial, GetTimeout()); break;
+    case eOverSerial: mLink = OpenSerialLink(); break;
     }
     return *mLink;
 }
@@ -48,8 +50,24 @@ IProjectorLink& CSession::GetLink()
 CTcpLink& CSession::GetTcpLink()
 {
     if (!mTcpLink)
-        mTcpLink = std::make_unique<CTcpLink>(mOptions.mHost, mOptions.mPort, GetTimeout());
+        mTcpLink = OpenTcpLink();
     return *mTcpLink;
+}
+
+std::unique_ptr<CTcpLink> CSession::OpenTcpLink()
+{
+    auto link = std::make_unique<CTcpLink>(mOptions.mHost, mOptions.mPort, GetTimeout());
+    if (!mOptions.mUser.empty())
+        link->LogIn(mOptions.mUser, CSecret(NPassword::GetForLogIn(mOptions.mUser)).Get());
+    return link;
+}
+
+std::unique_ptr<IProjectorLink> CSession::OpenSerialLink()
+{
+    auto link = std::make_unique<CSerialLink>(mOptions.mSerial, GetTimeout());
+    if (!mOptions.mUser.empty())
+        link->LogIn(mOptions.mUser, CSecret(NPassword::GetForLogIn(mOptions.mUser)).Get());
+    return link;
 }
 
 CSerialLine& CSession::GetSerialLine()

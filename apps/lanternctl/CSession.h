@@ -20,6 +20,7 @@ struct SClientOptions
     unsigned short mPort = 7400;
     std::string mRunDirectory;  ///< of the local IPC, which replaces host and port unless empty
     std::string mSerial;        ///< "DEVICE[:BAUD]", which replaces them in the same way
+    std::string mUser;          ///< who logs in; empty: nobody
     unsigned mTimeoutMs = 3000; ///< for the connection and for each reply
     bool mJson = false;         ///< raw members, one document a line
 
@@ -58,6 +59,9 @@ public:
     bool Flush();
 
 private:
+    std::unique_ptr<CTcpLink> OpenTcpLink();
+    std::unique_ptr<IProjectorLink> OpenSerialLink();
+
     const SClientOptions& mOptions;
     std::ostream& mOut;
     std::ostream& mError;

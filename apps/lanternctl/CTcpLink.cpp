@@ -20,6 +20,9 @@
 namespace
 {
 constexpr char kNotification[] = "control:notify";
+// The active alarms: at the start, and at each change.
+constexpr char kAlarmState[] = "status:alarmNotify";
+constexpr char kAlarmChange[] = "status:notifyAlarms";
 
 // A projector that lost its power says nothing: after about 25 s of silence the connection counts as lost.
 struct SSocketOption
@@ -102,10 +105,36 @@ std::vector<CControlInfo> CTcpLink::List(const std::string& prefix)
     Json::Value parameters;
     if (!prefix.empty())
         parameters["prefix"] = prefix;
-    const Json::Value list = Request("control:list", "control:list", parameters);
-    if (!list.isArray())
-        NWait::FailConnection(mName + " answered something other than a list of controls");
+    const std::vector<Json::Value> list =
+        RequestArray("control:list", "control:list", parameters, "controls");
     return std::vector<CControlInfo>(list.begin(), list.end());
+}
+
+std::vector<std::string> CTcpLink::GetStatusGroups()
+{
+    std::vector<std::string> names;
+    for (const Json::Value& group :
+         RequestArray("status", "status:getGroups", Json::Value(), "status groups"))
+        if (group.isObject() && group["group"].isString())
+            names.push_back(group["group"].asString());
+    return names;
+}
+
+std::vector<Json::Value> CTcpLink::GetStatusItems(const std::string& group)
+{
+    Json::Value parameters(Json::objectValue);
+    parameters["group"] = group;
+    return RequestItems(group, "status:getItems", parameters);
+}
+
+std::vector<Json::Value> CTcpLink::GetAlarms()
+{
+    return RequestItems("alarms", "status:getAlarms", Json::Value());
+}
+
+void CTcpLink::WatchAlarms()
+{
+    Request("alarms", "status:addAlarmListener", Json::Value());
 }
 
 void CTcpLink::Watch(const std::vector<std::string>& codes)
@@ -154,8 +183,22 @@ Json::Value CTcpLink::Call(const std::string& method, const Json::Value& paramet
     return Request(method, method, parameters);
 }
 
+void CTcpLink::LogIn(const std::string& user, const std::string& password)
+{
+    Json::Value parameters(Json::objectValue);
+    parameters["user"] = user;
+    parameters["pass"] = password;
+    Request("log-in of " + user, "session:connect", parameters, std::max(mTimeout, NWait::kLogInPatience));
+}
+
 Json::Value CTcpLink::Request(const std::string& subject, const std::string& method,
                               const Json::Value& parameters)
+{
+    return Request(subject, method, parameters, mTimeout);
+}
+
+Json::Value CTcpLink::Request(const std::string& subject, const std::string& method,
+                              const Json::Value& parameters, std::chrono::milliseconds timeout)
 {
     Json::Value request(Json::objectValue);
     request["jsonrpc"] = "2.0";
@@ -166,11 +209,11 @@ Json::Value CTcpLink::Request(const std::string& subject, const std::string& met
     mReply.reset();
     Send(request);
 
-    const NWait::Deadline deadline = NWait::After(mTimeout);
+    const NWait::Deadline deadline = NWait::After(timeout);
     while (!mReply)
     {
         if (Receive(deadline, NWait::kNoDescriptor) == EWait::Elapsed)
-            NWait::FailNoAnswer(mName, mTimeout);
+            NWait::FailNoAnswer(mName, timeout);
     }
     const Json::Value& reply = *mReply;
     if (reply.isMember("error"))
@@ -186,6 +229,25 @@ Json::Value CTcpLink::RequestMembers(const std::string& code, const std::string&
     if (!members.isObject())
         NWait::FailConnection(mName + " answered something other than the members of a control");
     return members;
+}
+
+std::vector<Json::Value> CTcpLink::RequestArray(const std::string& subject, const std::string& method,
+                                                const Json::Value& parameters, const char* what)
+{
+    const Json::Value array = Request(subject, method, parameters);
+    if (!array.isArray())
+        NWait::FailConnection(mName + " answered something other than a list of " + what);
+    return std::vector<Json::Value>(array.begin(), array.end());
+}
+
+std::vector<Json::Value> CTcpLink::RequestItems(const std::string& subject, const std::string& method,
+                                                const Json::Value& parameters)
+{
+    std::vector<Json::Value> items = RequestArray(subject, method, parameters, "status items");
+    items.erase(
+        std::remove_if(items.begin(), items.end(), [](const Json::Value& item) { return !item.isObject(); }),
+        items.end());
+    return items;
 }
 
 void CTcpLink::Connect()
@@ -221,6 +283,8 @@ void CTcpLink::Sort(const Json::Value& message)
     const Json::Value& method = message["method"];
     if (method.isString() && method.asString() == kNotification)
         mChanges.push_back(message["params"]);
+    else if (method.isString() && (method.asString() == kAlarmState || method.asString() == kAlarmChange))
+        mChanges.emplace_back(Json::objectValue)["alarms"] = message["params"];
     else if (IsReplyTo(mLastId, message))
         mReply = message;
 }

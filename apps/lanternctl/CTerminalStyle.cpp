@@ -1,4 +1,4 @@
-// ECMA-48 select graphic rendition, three of its codes.
+// ECMA-48 select graphic rendition, four of its codes.
 #include "apps/lanternctl/CTerminalStyle.h"
 
 #include <cstdlib>

@@ -16,6 +16,7 @@ public:
 
     std::string Bold(const std::string& text) const { return Wrap("1", text); }
     std::string Dim(const std::string& text) const { return Wrap("2", text); }
+    std::string Yellow(const std::string& text) const { return Wrap("33", text); }
     std::string Red(const std::string& text) const { return Wrap("31", text); }
 
 private:

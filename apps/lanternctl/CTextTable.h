@@ -8,6 +8,15 @@
 #include <string>
 #include <vector>
 
+/// How much a row asks for attention.
+enum class EEmphasis
+{
+    None,
+    Heading,
+    Warning,
+    Alarm,
+};
+
 /// Left-aligned columns, two blanks apart; widths are those of the characters, not of their bytes. Cells are
 /// made printable, so a row is always one line; no line ends in blanks.
 class CTextTable
@@ -16,13 +25,17 @@ public:
     CTextTable() = default;
     CTextTable(std::initializer_list<std::string> heading); ///< printed bold, in front
 
-    void AddRow(std::vector<std::string> cells); ///< rows may be of different length
+    /// Rows may be of different length.
+    void AddRow(std::vector<std::string> cells, EEmphasis emphasis = EEmphasis::None);
     void Print(std::ostream& out, const CTerminalStyle& style, const std::string& indentation = "") const;
 
 private:
-    using Row = std::vector<std::string>;
-    static std::string MakeLine(const Row& row, const std::vector<std::size_t>& widths);
+    struct SRow
+    {
+        std::vector<std::string> mCells;
+        EEmphasis mEmphasis;
+    };
+    static std::string MakeLine(const SRow& row, const std::vector<std::size_t>& widths);
 
-    bool mHasHeading = false;
-    std::vector<Row> mRows; // the heading first
+    std::vector<SRow> mRows; // the heading first
 };

@@ -6,6 +6,7 @@
 #include "apps/lanternctl/IProjectorLink.h"
 #include "apps/lanternctl/NDisplayText.h"
 #include "apps/lanternctl/NJsonDocument.h"
+#include "apps/lanternctl/NStatusTable.h"
 #include "apps/lanternctl/NValueText.h"
 
 #include <CLI/App.hpp>
@@ -14,6 +15,7 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
+#include <iterator>
 #include <limits>
 #include <optional>
 #include <ostream>
@@ -78,23 +80,77 @@ std::string DescribeChange(const CControlInfo& control, const Json::Value& chang
         AddPart(words, "choices " + NValueText::FormatChoices(control));
     return words.empty() ? NJsonDocument::Compact(change) : words;
 }
+
+struct SEventRow
+{
+    CAlarmHistory::EEvent mEvent;
+    const char* mWord;
+};
+constexpr SEventRow kEvents[] = {
+    {CAlarmHistory::EEvent::Active, "active"},
+    {CAlarmHistory::EEvent::Raised, "raised"},
+    {CAlarmHistory::EEvent::Changed, "changed"},
+    {CAlarmHistory::EEvent::Cleared, "cleared"},
+};
+
+const char* GetWord(CAlarmHistory::EEvent event)
+{
+    return std::find_if(std::begin(kEvents), std::end(kEvents),
+                        [=](const SEventRow& row) { return row.mEvent == event; })
+        ->mWord;
+}
+
+Json::Value MakeObject(const CAlarmHistory::SEvent& event)
+{
+    Json::Value object(Json::objectValue);
+    object["event"] = GetWord(event.mEvent);
+    object["alarm"] = event.mAlarm;
+    return object;
+}
+
+// "alarm raised: Temperature, Image device, 68.1 °C"; of a cleared one the value is that of a while ago.
+std::string DescribeAlarm(const CAlarmHistory::SEvent& event)
+{
+    const Json::Value& alarm = event.mAlarm;
+    std::string words = NStatusTable::GetWord(alarm["status"]) + " " + GetWord(event.mEvent) + ":";
+    const char* separator = " ";
+    for (const char* member : {"group", "desc", "value"})
+    {
+        const bool isOld = event.mEvent == CAlarmHistory::EEvent::Cleared && member == std::string("value");
+        if (isOld || !alarm[member].isString() || alarm[member].asString().empty())
+            continue;
+        words += separator + alarm[member].asString();
+        separator = ", ";
+    }
+    return words;
+}
 } // namespace
 
 void CWatchCommand::Declare(CLI::App& arguments)
 {
-    arguments.add_option("CODE", mCodes, "Control codes, such as LUM or KST+TLPX")->type_name("")->required();
+    arguments.add_option("CODE", mCodes, "Control codes, such as LUM or KST+TLPX")->type_name("");
+    arguments.add_flag("--alarms", mWatchesAlarms, "The alarms, too: each that is raised or cleared");
     arguments.add_option("--count", mCount, "End after so many changes; the state at the start is none")
         ->type_name("N")
         ->check(CLI::Range(1u, std::numeric_limits<unsigned>::max()).description(""));
     arguments.add_option("--seconds", mSeconds, "End after so many seconds")
         ->type_name("S")
         ->check(CLI::Range(kMinSeconds, kMaxSeconds).description(""));
+    arguments.callback(
+        [this]
+        {
+            if (mCodes.empty() && !mWatchesAlarms)
+                throw CLI::RequiredError("CODE or --alarms");
+        });
 }
 
 EExitCode CWatchCommand::Run(CSession& session)
 {
     IProjectorLink& link = session.GetLink();
-    link.Watch(Describe(session));
+    if (mWatchesAlarms)
+        link.WatchAlarms();
+    if (!mCodes.empty())
+        link.Watch(Describe(session));
     const CStopRequest stop;
     const auto end = Clock::now() + std::chrono::milliseconds(static_cast<std::int64_t>(mSeconds * 1000.0));
     unsigned changes = 0;
@@ -107,10 +163,9 @@ EExitCode CWatchCommand::Run(CSession& session)
         if ((left && left->count() <= 0) ||
             link.WaitForChange(change, left, stop.GetDescriptor()) != IProjectorLink::EWait::Change)
             break;
-        Print(session, change);
+        changes += Print(session, change);
         if (!session.Flush())
             break;
-        changes += IsState(change) ? 0 : 1;
     }
     return EExitCode::Done;
 }
@@ -136,7 +191,34 @@ std::vector<std::string> CWatchCommand::Describe(CSession& session)
     return codes;
 }
 
-void CWatchCommand::Print(CSession& session, const Json::Value& change)
+unsigned CWatchCommand::Print(CSession& session, const Json::Value& change)
+{
+    if (change.isMember("alarms"))
+        return PrintAlarms(session, change["alarms"]);
+    PrintChange(session, change);
+    return IsState(change) ? 0 : 1;
+}
+
+unsigned CWatchCommand::PrintAlarms(CSession& session, const Json::Value& alarms)
+{
+    unsigned changes = 0;
+    for (const CAlarmHistory::SEvent& event : mAlarms.Take(alarms))
+    {
+        changes += event.mEvent == CAlarmHistory::EEvent::Active ? 0 : 1;
+        if (session.GetOptions().mJson)
+        {
+            session.Out() << NJsonDocument::Compact(MakeObject(event)) << '\n';
+            continue;
+        }
+        const std::string words = NDisplayText::Printable(DescribeAlarm(event));
+        const bool isOver = event.mEvent == CAlarmHistory::EEvent::Cleared;
+        session.Out() << session.GetStyle().Dim(TimeOfDay()) << ' '
+                      << (isOver ? words : session.GetStyle().Red(words)) << '\n';
+    }
+    return changes;
+}
+
+void CWatchCommand::PrintChange(CSession& session, const Json::Value& change)
 {
     if (session.GetOptions().mJson)
     {

@@ -38,10 +38,19 @@ public:
     /// What the projector tells about one control; nothing when it describes no such code, or not to us.
     virtual std::optional<CControlInfo> Describe(const std::string& code, ENeed need) = 0;
 
+    // Status. An item is {"idx", "group", "status", "value", "desc"}.
+
+    virtual std::vector<std::string> GetStatusGroups() = 0; ///< their names, in order
+    virtual std::vector<Json::Value> GetStatusItems(const std::string& group) = 0;
+    virtual std::vector<Json::Value> GetAlarms() = 0;
+
     /// Subscribes to all of these controls, or to none. Their state comes as the first changes.
     virtual void Watch(const std::vector<std::string>& codes) = 0;
-    /// Waits for a change of a watched control.
-    /// @param change      the raw members, {"code": ...} and what changed; written for `Change` only
+    /// Subscribes to the alarms. Those that are active come as the first change.
+    virtual void WatchAlarms() = 0;
+    /// Waits for a change of a watched control, or of the alarms.
+    /// @param change      the raw members, {"code": ...} and what changed, or {"alarms": [item, ...]} with
+    ///                    all that are active; written for `Change` only
     /// @param timeout     longest wait; nothing: for ever
     /// @param interrupt   a descriptor that ends the wait when it is readable
     virtual EWait WaitForChange(Json::Value& change, std::optional<std::chrono::milliseconds> timeout,

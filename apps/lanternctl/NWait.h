@@ -12,6 +12,7 @@ namespace NWait
 using Deadline = std::optional<std::chrono::steady_clock::time_point>; ///< none: for ever
 
 constexpr int kNoDescriptor = -1;
+constexpr std::chrono::milliseconds kLogInPatience{60000}; ///< others may have guessed before, which delays
 
 /// @param timeout  nothing: for ever
 Deadline After(std::optional<std::chrono::milliseconds> timeout);

@@ -31,13 +31,6 @@ bool IsKept(const CProjCon* control) noexcept
            control->GetFamily().mValueForm != EValueForm::Nothing;
 }
 
-Json::Value ValueOf(const CProjCon& control)
-{
-    if (control.GetFamily().mValueForm == EValueForm::Text)
-        return control.GetStoredText();
-    return control.GetValue();
-}
-
 // A value that the control would cut to something else does not fit either, and the proxy, which knows dates
 // and times, is not asked while values are restored.
 bool RestoreText(CProjCon& control, const Json::Value& value)
@@ -128,6 +121,7 @@ void CControlStore::SetAside(const std::string& reason)
     mLog.LogWarning(
         "Control values of %s can not be read: %s; kept as %s, controls start with their defaults",
         mPath.c_str(), reason.c_str(), aside.c_str());
+    Tell(eStatusWarning, "not readable (" + reason + "), kept as " + aside + "; defaults are used");
 }
 
 void CControlStore::Restore(const Json::Value& values)
@@ -220,11 +214,13 @@ void CControlStore::TakeOutcome()
                           outcome->mFailure.c_str(), kRetryMs / 1000);
         mHasFailed = true;
         mFailure.ArmTimer();
+        Tell(eStatusAlarm, "not saved: " + outcome->mFailure);
         return;
     }
     if (mHasFailed)
         mLog.Log("Control values are saved again in %s", mPath.c_str());
     mHasFailed = false;
+    Tell(eStatusOk, {});
     mSaved = outcome->mContent;
     if (Print() == mSaved)
         ClearDirty();
@@ -241,6 +237,19 @@ void CControlStore::Stop()
     if (mHasFailed) // what was said of a later try holds no longer
         mLog.LogError("Control values that changed are lost: %s keeps those that it held before",
                       mPath.c_str());
+}
+
+void CControlStore::Tell(EStatusLevel level, const std::string& text)
+{
+    if (mTroubleHandler)
+        mTroubleHandler(level, text);
+}
+
+Json::Value CControlStore::ValueOf(const CProjCon& control) const
+{
+    if (control.GetFamily().mValueForm == EValueForm::Text)
+        return control.GetStoredText();
+    return mLastingValue ? mLastingValue(control) : control.GetValue();
 }
 
 std::string CControlStore::Print() const

@@ -2,11 +2,14 @@
 #pragma once
 
 #include "apps/lanternd/CFileSaver.h"
+#include "software/bp/status/SStatus.h"
 #include "software/utility/CTimer.h"
 
 #include <json/value.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 
 class CEventDispatcher;
 class CProjCon;
@@ -28,6 +31,15 @@ public:
                   ILog& log);
     CControlStore(const CControlStore&) = delete;
     CControlStore& operator=(const CControlStore&) = delete;
+
+    using LastingValue = std::function<int(const CProjCon& control)>;
+    using TroubleHandler = std::function<void(EStatusLevel level, const std::string& text)>;
+
+    /// Says what of a number is kept, where that is not the present one. Before `Load`.
+    void SetLastingValue(LastingValue value) { mLastingValue = std::move(value); }
+    /// Is told when a file was set aside (a warning), when saving fails (an alarm), and when the values are
+    /// saved again (OK, with an empty text).
+    void SetTroubleHandler(TroubleHandler handler) { mTroubleHandler = std::move(handler); }
 
     /// Sets every persistent control to what the file holds, without applying it. A missing file leaves the
     /// defaults. One that cannot be read as a whole is set aside, with a warning, and leaves the defaults
@@ -55,6 +67,8 @@ private:
     bool IsTimeToSave() const;
     void Save();
     void TakeOutcome();
+    void Tell(EStatusLevel level, const std::string& text);
+    Json::Value ValueOf(const CProjCon& control) const;
     std::string Print() const;
     void ClearDirty();
 
@@ -66,8 +80,10 @@ private:
     std::string mSaved;                      // what the file holds
     bool mHasChanged = false;                // `mSeen` has not been given to the saver yet
     bool mHasFailed = false;                 // the last attempt did not work
-    CTimer mLook;                            // since changes were last looked for
-    CTimer mFirstChange;                     // of those that were not given to the saver
+    LastingValue mLastingValue;              // may be empty, and so may the other
+    TroubleHandler mTroubleHandler;
+    CTimer mLook;        // since changes were last looked for
+    CTimer mFirstChange; // of those that were not given to the saver
     CTimer mLastChange;
     CTimer mFailure; // since it was noticed
     CFileSaver mSaver;

@@ -1,13 +1,13 @@
 // One maker for each family of controls; what all of them share is read before and after.
 #include "apps/lanternd/CControlTable.h"
 
-#include "apps/lanternd/CJsonMembers.h"
 #include "software/bp/hwlogic/NDateTime.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
 #include "software/bp/serial/NAsciiCodeUtils.h"
 #include "software/utility/CAtomicFile.h"
 #include "software/utility/CException.h"
+#include "software/utility/CJsonMembers.h"
 #include "software/utility/NJsonFile.h"
 
 #include <json/value.h>

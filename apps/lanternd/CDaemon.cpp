@@ -6,7 +6,13 @@
 #include "apps/lanternd/SOptions.h"
 #include "software/bp/c4j/CC4jControl.h"
 #include "software/bp/c4j/CC4jMenu.h"
+#include "software/bp/c4j/CC4jSession.h"
+#include "software/bp/c4j/CC4jStatus.h"
 #include "software/bp/c4j/CJsonRpcServer.h"
+#include "software/bp/security/CLogInQueue.h"
+#include "software/bp/security/CSecret.h"
+#include "software/bp/security/CSecurityManager.h"
+#include "software/bp/security/NRandom.h"
 #include "software/bp/serial/CCommPort.h"
 #include "software/bp/serial/CEventLink.h"
 #include "software/bp/serial/CIpcEventDispatcher.h"
@@ -17,6 +23,7 @@
 #include "software/bp/serial/NCommPort.h"
 #include "software/bp/serial/NIpcSocket.h"
 #include "software/include/ILog.h"
+#include "software/utility/CAtomicFile.h"
 #include "software/utility/CException.h"
 #include "software/utility/NReason.h"
 
@@ -24,6 +31,7 @@
 #include <chrono>
 #include <exception>
 #include <filesystem>
+#include <iostream>
 #include <ostream>
 #include <string>
 #include <system_error>
@@ -59,13 +67,32 @@ std::size_t ChooseMaxClients(std::size_t wanted, ILog& log)
                        possible, wanted);
     return wanted == 0 ? possible : std::min(wanted, possible);
 }
+
+// For the web pages of the projector itself. @returns empty when nobody could read it
+std::string MakeWebToken(const std::string& path, ILog& log)
+{
+    constexpr unsigned kMode = 0600;
+    try
+    {
+        std::string token = NRandom::MakeToken();
+        CAtomicFile::Write(path, token, kMode);
+        return token;
+    }
+    catch (const std::exception& error)
+    {
+        log.LogWarning("No log-in by web token until the next start: %s", NReason::Of(error).c_str());
+        return std::string();
+    }
+}
 } // namespace
 
 CDaemon::CDaemon(const SOptions& options, ILog& log)
     : mLog(log)
     , mStateLock(OpenStateFolder(options.mStateDir) + "/lanternd.lock", "state in " + options.mStateDir)
     , mDispatcher(log)
-    , mLogic(mDispatcher, mProjector.GetHardware(), log)
+    , mStatus(log)
+    , mLogic(mDispatcher, mProjector.GetHardware(), mStatus, log)
+    , mSystemStatus(mStatus)
     , mControls(mDispatcher,
                 [this](std::string_view code) -> IControlProxy& { return mLogic.GetProxy(code); })
     , mStore(mDispatcher, options.mStateDir + "/controls.json", mSlowClock, log)
@@ -76,6 +103,7 @@ CDaemon::CDaemon(const SOptions& options, ILog& log)
     mLog.LogFYI(eFyiStartup, "lanternd %s keeps its state in %s and is configured by %s", LANTERN_VERSION,
                 options.mStateDir.c_str(), options.mConfigDir.c_str());
     LoadControls(options);
+    OpenAccounts(options);
     OpenServer(options);
 }
 
@@ -86,11 +114,33 @@ void CDaemon::LoadControls(const SOptions& options)
     mTexts.Load(options.mConfigDir + "/texts." + options.mLanguage + ".json");
     mDispatcher.SetTextCatalog(&mTexts);
     mControls.Load(options.mConfigDir + "/controls.json");
+    mStore.SetLastingValue([this](const CProjCon& control) { return mLogic.GetLastingValue(control); });
+    mStore.SetTroubleHandler([this](EStatusLevel level, const std::string& text)
+                             { mSystemStatus.Report(ESystemItem::ControlValues, level, text); });
     mStore.Load();
     if (CProjCon* version = mDispatcher.GetControl("VER"))
         version->SetText(LANTERN_VERSION, eChangeNoApply);
     mControls.UpdateHardware();
     NMenus::Load(mMenu, mDispatcher, mLog);
+}
+
+// The password is told before anything else can fail, because nobody will ever know it otherwise.
+void CDaemon::OpenAccounts(const SOptions& options)
+{
+    mSecurity = std::make_unique<CSecurityManager>(options.mStateDir + "/accounts.json", mLog);
+    std::string password = mSecurity->GetGeneratedPassword();
+    if (!password.empty())
+    {
+        std::cout << "account \"" << CSecurityManager::kFirstAccount << "\" created, password: " << password
+                  << std::endl;
+        if (CProjCon* control = mDispatcher.GetControl(CC4jSession::kGeneratedPasswordCode))
+            control->SetText(password, eChangeNoApply);
+    }
+    CSecret::Wipe(password);
+    mLogIns = std::make_unique<CLogInQueue>(*mSecurity);
+    mLogIns->SetProblemObserver(
+        [this](const std::string& problem)
+        { mSystemStatus.Report(ESystemItem::Accounts, problem.empty() ? eStatusOk : eStatusAlarm, problem); });
 }
 
 // The network comes last: nobody connects to a daemon that then refuses to start.
@@ -103,6 +153,7 @@ void CDaemon::OpenServer(const SOptions& options)
     mServer->AddWakeDescriptor(mSignals.GetDescriptor());
     mServer->AddWakeDescriptor(mIpc->GetDescriptor());
     mServer->AddWakeDescriptor(mSerial->GetDescriptor());
+    mServer->AddWakeDescriptor(mLogIns->GetDescriptor());
 }
 
 void CDaemon::OpenIpc(const SOptions& options)
@@ -111,6 +162,7 @@ void CDaemon::OpenIpc(const SOptions& options)
     const std::filesystem::path folder = std::filesystem::absolute(options.mRunDir).lexically_normal();
     mIpcName = NIpcSocket::MakeServerName(folder.string());
     mIpc = std::make_unique<CIpcEventDispatcher>(mDispatcher, mIpcName, mLog);
+    mIpc->SetStatusDb(&mStatus);
 }
 
 void CDaemon::OpenSerialPorts(const SOptions& options)
@@ -121,7 +173,7 @@ void CDaemon::OpenSerialPorts(const SOptions& options)
     const auto makeLink = [this]
     { return std::make_unique<CEventLink>(mLog, std::make_unique<CIpcLocalClient>(*mIpc)); };
     mSerial = std::make_unique<CSerialHandler>(makeLink, mSlowClock, mLog);
-    mSerial->SetLogIn(nullptr); // there are no accounts: every log-in is refused
+    mSerial->SetLogIn(mLogIns.get());
     const std::string link = NIpcSocket::GetRunDirectory(mIpcName) + "serial";
     for (const std::string& description : options.mSerialPorts)
     {
@@ -151,7 +203,11 @@ void CDaemon::OpenJsonRpc(const SOptions& options)
     limits.mMaxPendingBytes = options.mMaxPendingBytes;
     mServer->SetLimits(limits);
     mControlMethods = std::make_unique<CC4jControl>(*mServer);
+    mStatusMethods = std::make_unique<CC4jStatus>(*mServer, mStatus);
+    mStatusMethods->AddGroupAdditionalHandler(CStatusMonitor::kTemperatures, mTemperatureRanges);
     mMenuMethods = std::make_unique<CC4jMenu>(*mServer, mMenu);
+    mSessionMethods = std::make_unique<CC4jSession>(*mServer, *mLogIns, *mSecurity,
+                                                    MakeWebToken(options.mStateDir + "/web.token", mLog));
 }
 
 void CDaemon::PrintReady(std::ostream& out) const
@@ -189,6 +245,7 @@ bool CDaemon::RunPass(bool isWoken)
         {
             mDispatcher.Update(); // the local IPC
             mSerial->Update();
+            mLogIns->Update();
             Advance();
             mStore.Update();
         }

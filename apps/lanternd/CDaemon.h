@@ -5,11 +5,14 @@
 #include "apps/lanternd/CControlTable.h"
 #include "apps/lanternd/CLockFile.h"
 #include "apps/lanternd/CSignalWatch.h"
+#include "apps/lanternd/CSystemStatus.h"
+#include "apps/lanternd/CTemperatureRanges.h"
 #include "apps/lanternd/CTickTimer.h"
 #include "simulator/CSimulatedProjector.h"
 #include "software/bp/c4j/CJsonMenu.h"
 #include "software/bp/hwlogic/CProjectorLogic.h"
 #include "software/bp/serial/CEventDispatcher.h"
+#include "software/bp/status/CStatusDb.h"
 #include "software/utility/CMonotonicClockHighResPosix.h"
 #include "software/utility/CMonotonicClockLowRes.h"
 #include "software/utility/CTextCatalog.h"
@@ -22,8 +25,12 @@
 
 class CC4jControl;
 class CC4jMenu;
+class CC4jSession;
+class CC4jStatus;
 class CIpcEventDispatcher;
 class CJsonRpcServer;
+class CLogInQueue;
+class CSecurityManager;
 class CSerialHandler;
 class ILog;
 struct SOptions;
@@ -48,6 +55,7 @@ public:
 
 private:
     void LoadControls(const SOptions& options);
+    void OpenAccounts(const SOptions& options);
     void OpenServer(const SOptions& options);
     void OpenIpc(const SOptions& options);
     void OpenSerialPorts(const SOptions& options);
@@ -63,17 +71,24 @@ private:
     CMonotonicClockLowRes mSlowClock; // for what takes longer than the other one's 42 s
     CTextCatalog mTexts;
     CEventDispatcher mDispatcher;
+    CStatusDb mStatus;
     CSimulatedProjector mProjector;
     CProjectorLogic mLogic;
+    CSystemStatus mSystemStatus; // behind the groups of the hardware
+    CTemperatureRanges mTemperatureRanges;
     CControlTable mControls;
     CControlStore mStore;
     CJsonMenu mMenu;
-    CTickTimer mTick;     // drives the projector until the job scheduler takes over
-    std::string mIpcName; // of the socket
+    CTickTimer mTick; // drives the projector until the job scheduler takes over
+    std::unique_ptr<CSecurityManager> mSecurity;
+    std::unique_ptr<CLogInQueue> mLogIns; // before those who wait for its results
+    std::string mIpcName;                 // of the socket
     std::unique_ptr<CIpcEventDispatcher> mIpc;
     std::vector<std::string> mSerialNames;
     std::unique_ptr<CSerialHandler> mSerial; // its links talk to mIpc
     std::unique_ptr<CJsonRpcServer> mServer;
     std::unique_ptr<CC4jControl> mControlMethods;
+    std::unique_ptr<CC4jStatus> mStatusMethods;
     std::unique_ptr<CC4jMenu> mMenuMethods;
+    std::unique_ptr<CC4jSession> mSessionMethods;
 };

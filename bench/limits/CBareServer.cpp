@@ -20,8 +20,22 @@ constexpr std::size_t kReadSize = 4096; // the size that the JSON-RPC server rea
 } // namespace
 
 CBareServer::CBareServer()
-    : mListener(NLoopback::Listen(mPort))
+    : mFraming(EFraming::Nul)
+    , mListener(NLoopback::Listen(mPort))
     , mEpoll(epoll_create1(EPOLL_CLOEXEC))
+{
+    Start();
+}
+
+CBareServer::CBareServer(const std::string& path)
+    : mFraming(EFraming::Length)
+    , mListener(NLoopback::Listen(path))
+    , mEpoll(epoll_create1(EPOLL_CLOEXEC))
+{
+    Start();
+}
+
+void CBareServer::Start()
 {
     if (!mEpoll.IsOpen())
         throw CException(__func__, kSource, __LINE__, true, "Unable to make an epoll");
@@ -69,10 +83,14 @@ void CBareServer::AcceptAll()
             return;
         if (!client.IsOpen())
             throw CException(__func__, kSource, __LINE__, true, "Unable to accept");
-        NLoopback::SendAtOnce(client.Get());
+        if (mPort != 0)
+            NLoopback::SendAtOnce(client.Get());
         Watch(client.Get());
         mOrder.push_back(client.Get());
-        mClients.emplace(client.Get(), std::move(client));
+        const auto index = static_cast<std::size_t>(client.Get());
+        while (mClients.size() <= index)
+            mClients.push_back({CDescriptor(), CFrameCounter(mFraming)});
+        mClients[index] = {std::move(client), CFrameCounter(mFraming)};
     }
 }
 
@@ -84,12 +102,13 @@ void CBareServer::Serve(int socket, const MessageFunction& onMessage)
         return; // still readable: the next pass reads it
     if (count <= 0)
         return Drop(socket);
-    for (auto ends = std::count(buffer, buffer + count, NLoopback::kMessageEnd); ends > 0; --ends)
+    CFrameCounter& messages = mClients[static_cast<std::size_t>(socket)].mMessages;
+    for (auto ends = messages.Count(buffer, static_cast<std::size_t>(count)); ends > 0; --ends)
         onMessage(socket);
 }
 
 void CBareServer::Drop(int socket)
 {
     mOrder.erase(std::remove(mOrder.begin(), mOrder.end(), socket), mOrder.end());
-    mClients.erase(socket); // closing it takes it out of the epoll
+    mClients[static_cast<std::size_t>(socket)].mSocket.Reset(); // closing it takes it out of the epoll
 }

@@ -6,21 +6,34 @@
 #include <exception>
 #include <string>
 
-int main(int argc, char** argv)
-try
+namespace
 {
-    if (argc != 2)
-    {
-        std::fprintf(stderr, "usage: %s REPLY\nAnswers every message with REPLY and prints its port.\n",
-                     argv[0]);
-        return 2;
-    }
-    NLoopback::RaiseDescriptorLimit();
-    const std::string reply = std::string(argv[1]) + NLoopback::kMessageEnd;
-    CBareServer server;
+[[noreturn]] void Answer(CBareServer server, const std::string& reply)
+{
     std::printf("ready: port=%d\n", server.GetPort());
     std::fflush(stdout);
     server.Run([&](int socket) { NLoopback::SendAll(socket, reply); });
+}
+} // namespace
+
+int main(int argc, char** argv)
+try
+{
+    if (argc != 2 && argc != 3)
+    {
+        std::fprintf(
+            stderr,
+            "usage: %s REPLY | SOCKET HEX\n"
+            "Answers every message with REPLY and prints its port, or messages of the local IPC on a\n"
+            "Unix socket with the bytes that HEX stands for.\n",
+            argv[0]);
+        return 2;
+    }
+    NLoopback::RaiseDescriptorLimit();
+    if (argc == 2)
+        Answer(CBareServer(), std::string(argv[1]) + NLoopback::kMessageEnd);
+    else
+        Answer(CBareServer(argv[1]), NLoopback::FromHex(argv[2]));
 }
 catch (const std::exception& error)
 {

@@ -10,6 +10,11 @@ class CLatencies
 public:
     using Duration = std::chrono::steady_clock::duration;
 
+    /// Takes the samples of another.
+    void Add(const CLatencies& other)
+    {
+        mSamples.insert(mSamples.end(), other.mSamples.begin(), other.mSamples.end());
+    }
     void Add(Duration latency) { mSamples.push_back(latency); }
     std::size_t GetCount() const noexcept { return mSamples.size(); }
 

@@ -1,5 +1,6 @@
 // Load generator of the request rows: keeps a number of requests in flight on each of its connections.
 #include "bench/load/CLatencies.h"
+#include "bench/support/CFrameCounter.h"
 #include "bench/support/NLoopback.h"
 #include "software/utility/CException.h"
 
@@ -8,8 +9,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <exception>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,7 +33,8 @@ constexpr double kWarmUp = 0.25; // of the measured time, before it: caches, bra
 struct SOptions
 {
     std::uint16_t mPort = 0;
-    std::string mRequest;
+    std::string mSocket;  // Unix socket, in the port's place
+    std::string mRequest; // with its end
     unsigned mClients = 1;
     unsigned mInFlight = 1; // per client
     bool mSpin = false;     // see the option
@@ -43,15 +47,12 @@ struct SOptions
 struct SConnection
 {
     CDescriptor mSocket;
+    CFrameCounter mReplies{EFraming::Nul};
+    CLatencies mLatencies; // in progress
+    CLatencies mMeasured;
     std::vector<Clock::time_point> mSentAt;
     std::size_t mNextSent = 0;
     std::size_t mNextReply = 0;
-};
-
-struct STally
-{
-    CLatencies mLatencies;
-    std::size_t mReplyBytes = 0;
 };
 
 /// One thread and a closed loop: a reply read is a request sent, those of one read joined into one send.
@@ -71,24 +72,21 @@ private:
     void PumpUntilAnswered();
 
     const SOptions mOptions;
-    const std::size_t mRequestSize; // with its end
-    std::string mBurst;             // as many requests as a client may have in flight, to be cut from
+    std::string mBurst; // as many requests as a client may have in flight, to be cut from
     std::vector<char> mBuffer = std::vector<char>(kReadSize);
     CDescriptor mEpoll;
     std::vector<SConnection> mClients;
     std::vector<SConnection> mIdle;
     bool mRefilling = false; // whether a reply read is a request sent
     std::size_t mPending = 0;
-    STally mTally;
-
-    STally mMeasured;
+    std::size_t mReplyBytes = 0;
+    std::size_t mMeasuredBytes = 0;
     double mSeconds = 0.0;
     std::chrono::nanoseconds mServerTime{0};
 };
 
 CRequestLoad::CRequestLoad(const SOptions& options)
     : mOptions(options)
-    , mRequestSize(options.mRequest.size() + 1)
     , mEpoll(epoll_create1(EPOLL_CLOEXEC))
     , mClients(options.mClients)
     , mIdle(options.mIdle)
@@ -96,7 +94,7 @@ CRequestLoad::CRequestLoad(const SOptions& options)
     if (!mEpoll.IsOpen())
         throw CException(__func__, kSource, __LINE__, true, "Unable to make an epoll");
     for (unsigned i = 0; i < options.mInFlight; ++i)
-        mBurst.append(options.mRequest).push_back(NLoopback::kMessageEnd);
+        mBurst.append(options.mRequest);
     // Half of the idle ones before the clients, half behind: no place in the server's list is favoured.
     const auto half = mIdle.begin() + static_cast<std::ptrdiff_t>(mIdle.size() / 2);
     const auto open = [this](SConnection& connection) { Open(connection); };
@@ -108,7 +106,9 @@ CRequestLoad::CRequestLoad(const SOptions& options)
 /// Connects and waits for one reply, so that the server has accepted before anything is measured.
 void CRequestLoad::Open(SConnection& connection)
 {
-    connection.mSocket = NLoopback::Connect(mOptions.mPort);
+    const bool isUnix = !mOptions.mSocket.empty();
+    connection.mSocket = isUnix ? NLoopback::Connect(mOptions.mSocket) : NLoopback::Connect(mOptions.mPort);
+    connection.mReplies = CFrameCounter(isUnix ? EFraming::Length : EFraming::Nul);
     connection.mSentAt.resize(mOptions.mInFlight);
     epoll_event event{};
     event.events = EPOLLIN;
@@ -127,13 +127,17 @@ void CRequestLoad::Run()
     PumpUntil(Clock::now() +
               std::chrono::duration_cast<Clock::duration>(Seconds(mOptions.mSeconds * kWarmUp)));
 
-    mTally = STally();
+    for (SConnection& connection : mClients)
+        connection.mLatencies = CLatencies();
+    mReplyBytes = 0;
     const auto serverStart = NLoopback::GetCpuTime(mOptions.mServer);
     const auto start = Clock::now();
     PumpUntil(start + std::chrono::duration_cast<Clock::duration>(Seconds(mOptions.mSeconds)));
     mServerTime = NLoopback::GetCpuTime(mOptions.mServer) - serverStart;
     mSeconds = Seconds(Clock::now() - start).count();
-    mMeasured = std::exchange(mTally, STally());
+    mMeasuredBytes = mReplyBytes;
+    for (SConnection& connection : mClients)
+        connection.mMeasured = std::exchange(connection.mLatencies, CLatencies());
 
     mRefilling = false;
     PumpUntilAnswered(); // an unread reply would make the close a reset
@@ -141,15 +145,26 @@ void CRequestLoad::Run()
 
 void CRequestLoad::Print()
 {
-    const auto replies = mMeasured.mLatencies.GetCount();
+    CLatencies all;
+    double best = HUGE_VAL;
+    double worst = 0.0;
+    for (SConnection& connection : mClients)
+    {
+        all.Add(connection.mMeasured);
+        const double median = connection.mMeasured.GetQuantileUs(0.5);
+        best = std::min(best, median);
+        worst = connection.mMeasured.GetCount() == 0 ? HUGE_VAL : std::max(worst, median);
+    }
+    const auto replies = all.GetCount();
     if (replies == 0)
         throw CException(__func__, kSource, __LINE__, false, "No request was answered in %g s", mSeconds);
     const auto perReply = [&](auto total)
     { return static_cast<double>(total) / static_cast<double>(replies); };
-    std::printf("{\"requests\": %zu, \"seconds\": %.3f, \"reply_bytes\": %g, \"server_cpu_us\": %.4f, "
-                "\"p50_us\": %.3f, \"p99_us\": %.3f}\n",
-                replies, mSeconds, perReply(mMeasured.mReplyBytes), perReply(mServerTime.count()) / 1000.0,
-                mMeasured.mLatencies.GetQuantileUs(0.5), mMeasured.mLatencies.GetQuantileUs(0.99));
+    std::printf(
+        "{\"requests\": %zu, \"seconds\": %.3f, \"reply_bytes\": %g, \"server_cpu_us\": %.4f, "
+        "\"p50_us\": %.3f, \"p99_us\": %.3f, \"best_client_p50_us\": %.3f, \"worst_client_p50_us\": %.3f}\n",
+        replies, mSeconds, perReply(mMeasuredBytes), perReply(mServerTime.count()) / 1000.0,
+        all.GetQuantileUs(0.5), all.GetQuantileUs(0.99), best, worst);
 }
 
 void CRequestLoad::Send(SConnection& connection, std::size_t count)
@@ -158,20 +173,20 @@ void CRequestLoad::Send(SConnection& connection, std::size_t count)
     for (std::size_t i = 0; i < count; ++i)
         connection.mSentAt[connection.mNextSent++ % mOptions.mInFlight] = now;
     mPending += count;
-    NLoopback::SendAll(connection.mSocket.Get(), std::string_view(mBurst).substr(0, count * mRequestSize));
+    NLoopback::SendAll(connection.mSocket.Get(),
+                       std::string_view(mBurst).substr(0, count * mOptions.mRequest.size()));
 }
 
 void CRequestLoad::Serve(SConnection& connection)
 {
     const std::size_t size = NLoopback::Receive(connection.mSocket.Get(), mBuffer.data(), mBuffer.size());
     const auto now = Clock::now();
-    const char* const data = mBuffer.data();
-    const auto replies = static_cast<std::size_t>(std::count(data, data + size, NLoopback::kMessageEnd));
+    const std::size_t replies = connection.mReplies.Count(mBuffer.data(), size);
     if (replies > connection.mNextSent - connection.mNextReply)
         throw CException(__func__, kSource, __LINE__, false, "The server sent a reply that nobody asked for");
-    mTally.mReplyBytes += size;
+    mReplyBytes += size;
     for (std::size_t i = 0; i < replies; ++i)
-        mTally.mLatencies.Add(now - connection.mSentAt[connection.mNextReply++ % mOptions.mInFlight]);
+        connection.mLatencies.Add(now - connection.mSentAt[connection.mNextReply++ % mOptions.mInFlight]);
     mPending -= replies;
     if (mRefilling && replies != 0)
         Send(connection, replies);
@@ -210,8 +225,17 @@ try
 {
     SOptions options;
     CLI::App app("Keeps requests in flight on many connections; prints what it cost as one line of JSON.");
-    app.add_option("--port", options.mPort, "port of the server on 127.0.0.1")->required();
-    app.add_option("--request", options.mRequest, "the request, sent with a NUL behind it")->required();
+    auto* const where = app.add_option_group("server")->require_option(1);
+    where->add_option("--port", options.mPort, "port of the server on 127.0.0.1");
+    where->add_option("--socket", options.mSocket,
+                      "Unix socket of the server: replies have their length at 22");
+    auto* const what = app.add_option_group("request")->require_option(1);
+    const std::function<void(const std::string&)> takeText = [&](const std::string& text)
+    { options.mRequest = text + NLoopback::kMessageEnd; };
+    const std::function<void(const std::string&)> takeHex = [&](const std::string& hex)
+    { options.mRequest = NLoopback::FromHex(hex); };
+    what->add_option_function("--request", takeText, "the request, sent with a NUL behind it");
+    what->add_option_function("--request-hex", takeHex, "the bytes of the request");
     app.add_option("--clients", options.mClients, "connections that send requests")
         ->check(CLI::Range(1, 60000));
     app.add_option("--in-flight", options.mInFlight, "requests in flight per client")

@@ -2,15 +2,18 @@
 #include "bench/support/NLoopback.h"
 
 #include "software/utility/CException.h"
+#include "software/utility/NHex.h"
 
 #include <cerrno>
 #include <ctime>
+#include <vector>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/time.h>
+#include <sys/un.h>
 
 namespace
 {
@@ -35,12 +38,29 @@ sockaddr_in MakeAddress(std::uint16_t port)
     return address;
 }
 
-CDescriptor MakeSocket()
+sockaddr_un MakeAddress(const std::string& path)
 {
-    CDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path)
+        throw CException(__func__, kSource, __LINE__, false, "Socket name %s is too long", path.c_str());
+    path.copy(address.sun_path, path.size());
+    return address;
+}
+
+CDescriptor MakeSocket(int family)
+{
+    CDescriptor socket(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!socket.IsOpen())
         throw CException(__func__, kSource, __LINE__, true, "Unable to make a socket");
     return socket;
+}
+
+void WaitNoLongerThanStalled(int socket)
+{
+    const timeval stalled{NLoopback::kStalledSeconds, 0};
+    if (setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &stalled, sizeof stalled) != 0)
+        throw CException(__func__, kSource, __LINE__, true, "Unable to set SO_RCVTIMEO");
 }
 
 std::size_t ReceiveWith(int socket, char* buffer, std::size_t size, int flags)
@@ -56,7 +76,7 @@ std::size_t ReceiveWith(int socket, char* buffer, std::size_t size, int flags)
 
 CDescriptor NLoopback::Listen(std::uint16_t& port)
 {
-    CDescriptor listener = MakeSocket();
+    CDescriptor listener = MakeSocket(AF_INET);
     sockaddr_in address = MakeAddress(0);
     socklen_t size = sizeof address;
     auto* const plain = reinterpret_cast<sockaddr*>(&address);
@@ -69,14 +89,32 @@ CDescriptor NLoopback::Listen(std::uint16_t& port)
 
 CDescriptor NLoopback::Connect(std::uint16_t port)
 {
-    CDescriptor socket = MakeSocket();
+    CDescriptor socket = MakeSocket(AF_INET);
     const sockaddr_in address = MakeAddress(port);
     if (connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         throw CException(__func__, kSource, __LINE__, true, "Unable to connect to 127.0.0.1:%d", port);
-    const timeval stalled{kStalledSeconds, 0};
-    if (setsockopt(socket.Get(), SOL_SOCKET, SO_RCVTIMEO, &stalled, sizeof stalled) != 0)
-        throw CException(__func__, kSource, __LINE__, true, "Unable to set SO_RCVTIMEO");
+    WaitNoLongerThanStalled(socket.Get());
     SendAtOnce(socket.Get());
+    return socket;
+}
+
+CDescriptor NLoopback::Listen(const std::string& path)
+{
+    CDescriptor listener = MakeSocket(AF_UNIX);
+    const sockaddr_un address = MakeAddress(path);
+    if (bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        listen(listener.Get(), kBacklog) != 0)
+        throw CException(__func__, kSource, __LINE__, true, "Unable to listen on %s", path.c_str());
+    return listener;
+}
+
+CDescriptor NLoopback::Connect(const std::string& path)
+{
+    CDescriptor socket = MakeSocket(AF_UNIX);
+    const sockaddr_un address = MakeAddress(path);
+    if (connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        throw CException(__func__, kSource, __LINE__, true, "Unable to connect to %s", path.c_str());
+    WaitNoLongerThanStalled(socket.Get());
     return socket;
 }
 
@@ -109,6 +147,14 @@ std::size_t NLoopback::Receive(int socket, char* buffer, std::size_t size)
 std::size_t NLoopback::ReceiveIfThere(int socket, char* buffer, std::size_t size)
 {
     return ReceiveWith(socket, buffer, size, MSG_DONTWAIT);
+}
+
+std::string NLoopback::FromHex(std::string_view hex)
+{
+    std::vector<unsigned char> bytes;
+    if (!NHex::FromText(hex, bytes))
+        throw CException(__func__, kSource, __LINE__, false, "No pairs of hexadecimal digits");
+    return {bytes.begin(), bytes.end()};
 }
 
 void NLoopback::RaiseDescriptorLimit()

@@ -1,4 +1,4 @@
-// Sockets on 127.0.0.1, and the resources of a process, as the measuring programs need them.
+// Sockets on 127.0.0.1 and Unix sockets, and the resources of a process, as the measuring programs need them.
 #pragma once
 
 #include "software/utility/CDescriptor.h"
@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include <sys/types.h>
@@ -24,12 +25,18 @@ CDescriptor Listen(std::uint16_t& port);
 CDescriptor Connect(std::uint16_t port);
 void SendAtOnce(int socket); ///< sets TCP_NODELAY
 
+/// The same as Unix stream sockets.
+CDescriptor Listen(const std::string& path);
+CDescriptor Connect(const std::string& path);
+
 void SendAll(int socket, std::string_view bytes); ///< blocks until all is written
 
 /// Receives what is there, at least one byte, and blocks until then. @returns the number of bytes
 std::size_t Receive(int socket, char* buffer, std::size_t size);
 /// The same without blocking. @returns 0 when nothing is there yet
 std::size_t ReceiveIfThere(int socket, char* buffer, std::size_t size);
+
+std::string FromHex(std::string_view hex); ///< @throws CException unless it is pairs of digits
 
 void RaiseDescriptorLimit(); ///< to what the system allows this user, for programs with over 1000 sockets
 

@@ -87,12 +87,13 @@ std::size_t ShowNotifications(CEventLink& link)
 }
 
 /// Registers, and tries again for as long as the controller is away.
+/// @param again  whether that was done before, and was lost with the controller
 /// @returns the error of a registration that will not succeed later either, else 0
-EError Register(CEventLink& link, const std::list<SControlSet>& controls)
+EError Register(CEventLink& link, const std::list<SControlSet>& controls, bool again)
 {
     while (gStop == 0)
     {
-        const EError error = link.NotifyRegister(kController, controls);
+        const EError error = again ? link.NotifyRenew() : link.NotifyRegister(kController, controls);
         if (error != eErrorTimeout && error != eErrorCommunications)
             return error;
         ::sleep(kRetrySeconds); // a signal ends it early
@@ -103,18 +104,20 @@ EError Register(CEventLink& link, const std::list<SControlSet>& controls)
 int Watch(CEventLink& link, const SWatchOptions& options)
 {
     std::size_t shown = 0;
+    bool wasRegistered = false;
     bool isRegistered = false;
     while (gStop == 0)
     {
         if (!isRegistered)
         {
-            const EError error = Register(link, options.mControls);
+            const EError error = Register(link, options.mControls, wasRegistered);
             if (error != eErrorNone)
             {
                 std::fprintf(stderr, "watch: refused (%d): %s\n", static_cast<int>(error),
                              NErrorText::GetErrorString(error));
                 return 1;
             }
+            wasRegistered = true;
         }
         // A program with a loop of its own adds this descriptor to what it waits for.
         pollfd wait{link.GetNotifyDescriptor(), POLLIN, 0};

@@ -18,7 +18,7 @@ public:
 
     /// @param request   a valid request object; its integer member "fd" is the calling client's id
     /// @param response  null at first; what it holds afterwards is the reply, and null sends nothing
-    /// @returns true; false says that the reply follows later, by a way of the method's own
+    /// @returns true; false says that the reply follows later, by the `Ticket` that the method took
     /// @throws  anything derived from std::exception: the caller is answered "Internal error"
     virtual bool Call(const Json::Value& request, Json::Value& response) = 0;
 

@@ -3,6 +3,7 @@
 
 #include "software/jsonrpc/NJsonText.h"
 #include "software/jsonrpc/RpcMethod.h"
+#include "software/jsonrpc/Turn.h"
 #include "software/utility/NUtf8.h"
 
 #include <json/reader.h>
@@ -91,29 +92,48 @@ Json::Value MakeError(const Json::Value& id, const SProtocolError& error)
     return reply;
 }
 
+// Memory of a parsed value, about: a member or element is a node of a tree that holds a key and a value.
+std::size_t Weigh(const Json::Value& value)
+{
+    constexpr std::size_t kNode = 48 + 2 * sizeof(Json::Value);
+    std::size_t weight = kNode + StringOf(&value).size();
+    if (value.isArray() || value.isObject())
+        for (auto element = value.begin(); element != value.end(); ++element)
+            weight += Weigh(*element);
+    return weight;
+}
+
 } // namespace
 
 namespace Json::Rpc
 {
-// A call that runs. The methods that were deleted meanwhile go when the last one ends, by whatever way.
+// A call that runs. The methods that were deleted meanwhile go when the outermost one ends, by whatever way.
 class Handler::CCall
 {
 public:
-    explicit CCall(Handler& handler)
+    CCall(Handler& handler, bool canWait)
         : mHandler(handler)
+        , mOuter(std::exchange(handler.mCall, this))
+        , mCanWait(canWait)
     {
-        ++mHandler.mCalls;
     }
     CCall(const CCall&) = delete;
     CCall& operator=(const CCall&) = delete;
     ~CCall()
     {
-        if (--mHandler.mCalls == 0 && !mHandler.mDeleted.empty())
+        mHandler.mCall = mOuter;
+        if (mOuter == nullptr && !mHandler.mDeleted.empty())
             std::exchange(mHandler.mDeleted, {}).clear();
     }
 
+    std::shared_ptr<SDeferral> mDeferral; // the method took a ticket
+
+    bool CanWait() const noexcept { return mCanWait; }
+
 private:
     Handler& mHandler;
+    CCall* const mOuter;
+    const bool mCanWait;
 };
 
 Handler::Handler()
@@ -139,30 +159,80 @@ void Handler::DeleteMethod(std::string_view name)
     const auto found = mMethods.find(name);
     if (found == mMethods.end())
         return;
-    if (mCalls > 0) // it may be the one that runs
+    if (mCall != nullptr) // it may be the one that runs
         mDeleted.push_back(std::move(found->second));
     mMethods.erase(found);
 }
 
-bool Handler::Process(const std::string& text, Json::Value& response, int clientId)
-{
-    return Process(text.data(), text.data() + text.size(), response, clientId);
-}
-
-bool Handler::Process(const char* begin, const char* end, Json::Value& response, int clientId)
+void Handler::Process(const std::string& text, Json::Value& response, int clientId)
 {
     Json::Value root;
-    if (Parse(*mReader, begin, end, root))
-        return ProcessParsed(root, response, clientId);
-    response = MakeError(Json::Value(), kParseError);
-    return true;
+    if (Parse(*mReader, text.data(), text.data() + text.size(), root))
+        ProcessParsed(root, response, clientId);
+    else
+        response = MakeError(Json::Value(), kParseError);
 }
 
-bool Handler::ProcessParsed(Json::Value& request, Json::Value& response, int clientId)
+void Handler::ProcessParsed(Json::Value& request, Json::Value& response, int clientId)
 {
     response = Json::Value();
-    return request.isArray() ? ProcessBatch(request, response, clientId)
-                             : ProcessRequest(request, response, clientId);
+    if (!request.isArray())
+    {
+        RunRequest(request, response, clientId, nullptr);
+        return;
+    }
+    Exchange exchange;
+    exchange.mClientId = clientId;
+    exchange.mBatch.swap(request);
+    RunBatch(exchange, response, nullptr);
+    exchange.mBatch.swap(request);
+}
+
+std::unique_ptr<Exchange> Handler::Begin(const char* begin, const char* end, Json::Value& response,
+                                         int clientId, Turn& turn)
+{
+    response = Json::Value();
+    Json::Value root;
+    if (!Parse(*mReader, begin, end, root))
+    {
+        response = MakeError(Json::Value(), kParseError);
+        return nullptr;
+    }
+    Exchange exchange; // moved to the heap only if it must stay
+    exchange.mClientId = clientId;
+    bool isDone = false;
+    if (root.isArray())
+    {
+        exchange.mBatch.swap(root);
+        isDone = RunBatch(exchange, response, &turn);
+    }
+    else
+        isDone = RunRequest(root, response, clientId, &exchange);
+    if (isDone)
+        return nullptr;
+    exchange.mWeight = sizeof(Exchange) + Weigh(exchange.mBatch);
+    return std::make_unique<Exchange>(std::move(exchange));
+}
+
+bool Handler::Resume(Exchange& exchange, Json::Value& response, Turn& turn)
+{
+    response = Json::Value();
+    if (const auto deferral = std::exchange(exchange.mDeferral, nullptr); deferral && exchange.mIsAnswered)
+        response = std::move(deferral->mReply);
+    if (exchange.mBatch.isNull())
+        return true;
+    if (!response.isNull())
+        exchange.Take(std::exchange(response, Json::Value()));
+    return RunBatch(exchange, response, &turn);
+}
+
+Ticket Handler::Defer()
+{
+    if (mCall == nullptr || !mCall->CanWait())
+        return Ticket();
+    if (mCall->mDeferral == nullptr)
+        mCall->mDeferral = std::make_shared<SDeferral>();
+    return Ticket(mCall->mDeferral);
 }
 
 std::string Handler::GetString(const Json::Value& value)
@@ -172,31 +242,38 @@ std::string Handler::GetString(const Json::Value& value)
     return text;
 }
 
-bool Handler::ProcessBatch(Json::Value& batch, Json::Value& response, int clientId)
+// Runs the requests that are left. Without a turn it goes to the end.
+// @returns false when it stopped
+bool Handler::RunBatch(Exchange& exchange, Json::Value& response, Turn* turn)
 {
-    if (batch.empty() || batch.size() > kMaxBatch)
+    const Json::ArrayIndex count = exchange.mBatch.size();
+    if (count == 0 || count > kMaxBatch)
     {
         response = MakeError(Json::Value(), kInvalidRequest);
         return true;
     }
-    bool isComplete = true;
-    std::size_t size = 0;
-    for (Json::Value& request : batch)
+    if (turn != nullptr)
+        turn->Start();
+    while (exchange.mNext < count)
     {
+        Json::Value& request = exchange.mBatch[exchange.mNext++];
         Json::Value reply;
-        if (size > kMaxBatchReply && IsAnswered(request))
+        if (exchange.mReplySize > kMaxBatchReply && IsAnswered(request))
             reply = MakeError(request["id"], kInternalError);
-        else
-            isComplete = ProcessRequest(request, reply, clientId) && isComplete;
-        if (reply.isNull())
-            continue;
-        size += GetString(reply).size();
-        response.append(std::move(reply)); // null until then: a batch of notifications has no reply
+        else if (!RunRequest(request, reply, exchange.mClientId, turn == nullptr ? nullptr : &exchange))
+            return false;
+        if (!reply.isNull())
+            exchange.Take(std::move(reply));
+        if (turn != nullptr && exchange.mNext < count && turn->IsOver())
+            return false;
     }
-    return isComplete;
+    response = std::move(exchange.mReplies); // null for a batch of notifications
+    return true;
 }
 
-bool Handler::ProcessRequest(Json::Value& request, Json::Value& response, int clientId)
+// @param exchange  where it is noted that the reply follows; null when nobody can wait
+// @returns false when it follows
+bool Handler::RunRequest(Json::Value& request, Json::Value& response, int clientId, Exchange* exchange)
 {
     const bool isObject = request.isObject();
     const Json::Value* const id = isObject ? FindMember(request, "id") : nullptr;
@@ -217,26 +294,42 @@ bool Handler::ProcessRequest(Json::Value& request, Json::Value& response, int cl
     }
     static const Json::StaticString kClientId("fd"); // a key that jsoncpp need not copy
     request[kClientId] = clientId;
-    const bool isComplete = CallMethod(*method->second, request, response);
-    if (id == nullptr) // whatever the method says: nobody waits for it
+    const bool isDone = CallMethod(*method->second, request, response, exchange);
+    if (id == nullptr || !isDone) // whatever the method says: nobody waits for it, or not yet
         response = Json::Value();
-    return isComplete;
+    if (!isDone)
+        exchange->mIsAnswered = id != nullptr;
+    return isDone;
 }
 
-bool Handler::CallMethod(CallbackMethod& method, const Json::Value& request, Json::Value& response)
+bool Handler::CallMethod(CallbackMethod& method, const Json::Value& request, Json::Value& response,
+                         Exchange* exchange)
 {
-    const CCall call(*this);
+    CCall call(*this, exchange != nullptr);
     try
     {
-        return method.Call(request, response);
+        if (method.Call(request, response))
+            return true;
+        if (call.mDeferral != nullptr)
+        {
+            exchange->mDeferral = std::move(call.mDeferral);
+            return false;
+        }
+        AnswerFailure(method, "its reply is to follow, but it took no ticket for it", request, response);
     }
     catch (const std::exception& failure)
     {
-        if (mFailureObserver)
-            mFailureObserver(method.GetName(), failure.what());
-        response = MakeError(request["id"], kInternalError);
-        return true;
+        AnswerFailure(method, failure.what(), request, response);
     }
+    return true;
+}
+
+void Handler::AnswerFailure(const CallbackMethod& method, const char* text, const Json::Value& request,
+                            Json::Value& response) const
+{
+    if (mFailureObserver)
+        mFailureObserver(method.GetName(), text);
+    response = MakeError(request["id"], kInternalError);
 }
 
 bool Handler::Describe(const Json::Value& request, Json::Value& response)

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "software/jsonrpc/CallbackMethod.h"
+#include "software/jsonrpc/Exchange.h"
+#include "software/jsonrpc/Ticket.h"
 
 #include <json/value.h>
 
@@ -21,13 +23,17 @@ class CharReader;
 
 namespace Json::Rpc
 {
+class Turn;
+
 /// The errors that the dispatcher itself answers.
 enum EProtocolError : int
 {
     eParseError = -32700,     ///< "Parse error"
     eInvalidRequest = -32600, ///< "Invalid Request"
     eMethodNotFound = -32601, ///< "Method not found"
-    eInternalError = -32603,  ///< "Internal error": the method threw, or the batch's reply is too long
+    /// "Internal error": the method threw or left its reply to a ticket that it did not take, or the batch's
+    /// reply is too long.
+    eInternalError = -32603,
 };
 
 /// Holds the methods by name and runs requests. Members of a request besides "jsonrpc", "id" and "method" are
@@ -47,19 +53,30 @@ public:
     bool AddMethod(CallbackMethod* method);
     void DeleteMethod(std::string_view name); ///< nothing happens for an unknown name
 
-    /// Runs one text: a request, or an array of requests.
+    /// Runs one text, a request or an array of requests, to its end. No method can answer it later.
     /// Text that is not UTF-8 or not JSON, is nested deeper than `kMaxDepth`, has duplicate members or goes
     /// on after the value is answered "Parse error" with a null id; it never throws for what the text holds.
     /// The text is not looked at any more once the first method runs.
     /// @param response  the reply, null when there is none
     /// @param clientId  what the methods find as the request's member "fd", whatever the text says
-    /// @returns false when a method said that its reply follows
     /// @throws  only what a method throws that does not derive from std::exception
-    bool Process(const std::string& text, Json::Value& response, int clientId);
-    bool Process(const char* begin, const char* end, Json::Value& response, int clientId);
+    void Process(const std::string& text, Json::Value& response, int clientId);
 
     /// The same for a text parsed already. "fd" is written into the request, or into each of its requests.
-    bool ProcessParsed(Json::Value& request, Json::Value& response, int clientId);
+    void ProcessParsed(Json::Value& request, Json::Value& response, int clientId);
+
+    /// `Process` for a caller who can wait: it stops where a method answers later and, inside a batch, where
+    /// the turn is over. Nothing of the text is run beyond that place until it is resumed.
+    /// @returns null at the end of the text, with the reply; else what is left, and no reply yet
+    std::unique_ptr<Exchange> Begin(const char* begin, const char* end, Json::Value& response, int clientId,
+                                    Turn& turn);
+    /// Goes on with what `Begin` left and is not waiting.
+    /// @returns whether that was the end, with the reply; the exchange is of no use then
+    bool Resume(Exchange& exchange, Json::Value& response, Turn& turn);
+
+    /// For the method that runs: the right to answer its request later, and to return false.
+    /// @returns a ticket that nobody awaits when no method runs, or one for a caller who cannot wait
+    Ticket Defer();
 
     /// The text of a reply, without a line end.
     static std::string GetString(const Json::Value& value);
@@ -79,15 +96,18 @@ public:
 private:
     class CCall;
 
-    bool ProcessBatch(Json::Value& batch, Json::Value& response, int clientId);
-    bool ProcessRequest(Json::Value& request, Json::Value& response, int clientId);
-    bool CallMethod(CallbackMethod& method, const Json::Value& request, Json::Value& response);
+    bool RunBatch(Exchange& exchange, Json::Value& response, Turn* turn);
+    bool RunRequest(Json::Value& request, Json::Value& response, int clientId, Exchange* exchange);
+    bool CallMethod(CallbackMethod& method, const Json::Value& request, Json::Value& response,
+                    Exchange* exchange);
+    void AnswerFailure(const CallbackMethod& method, const char* text, const Json::Value& request,
+                       Json::Value& response) const;
     bool Describe(const Json::Value& request, Json::Value& response); // "system.describe"
 
     const std::unique_ptr<Json::CharReader> mReader; // kept: making one costs more than a small text
     std::unordered_map<std::string_view, std::unique_ptr<CallbackMethod>> mMethods; // keys: their own names
     std::vector<std::unique_ptr<CallbackMethod>> mDeleted; // while calls run, which may be theirs
-    unsigned mCalls = 0;                                   // running
+    CCall* mCall = nullptr;                                // the innermost that runs
     FailureObserver mFailureObserver;
 };
 } // namespace Json::Rpc

@@ -32,6 +32,7 @@ public:
 
     bool AddMethod(CallbackMethod* method) { return mHandler.AddMethod(method); } ///< see `Handler`
     void DeleteMethod(std::string_view name) { mHandler.DeleteMethod(name); }
+    Ticket Defer() { return mHandler.Defer(); } ///< see `Handler`; for the method that runs
 
 protected:
     void SetProtocol(int protocol) noexcept { mProtocol = protocol; } ///< before `Bind`

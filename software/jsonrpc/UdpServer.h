@@ -10,7 +10,8 @@
 
 namespace Json::Rpc
 {
-/// Answers each datagram to its sender. Used from one thread.
+/// Answers each datagram to its sender, at once: a method that would answer later finds nobody who waits.
+/// Used from one thread.
 class UdpServer : public Server
 {
 public:

@@ -166,13 +166,17 @@ void RemoveLeftovers(int folder, const std::string& prefix)
     }
 }
 
-// Root, who changes a file of the daemon's user, must not lock the daemon out. Others may not give files
-// away; for them the file is their own already.
+// Root, who changes a file of the daemon's user or puts one into its folder, must not lock the daemon out.
+// Others may not give files away; for them the file is their own already.
 void KeepOwner(int folder, const std::string& name, int file)
 {
     struct stat old = {};
-    if (::geteuid() == 0 && ::fstatat(folder, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 &&
-        ::fchown(file, old.st_uid, old.st_gid) != 0)
+    if (::geteuid() != 0)
+        return;
+    const bool isKnown =
+        ::fstatat(folder, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 || // else the folder's
+        ::fstat(folder, &old) == 0;
+    if (isKnown && ::fchown(file, old.st_uid, old.st_gid) != 0)
         errno = 0; // a file system without owners
 }
 } // namespace

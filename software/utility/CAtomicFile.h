@@ -11,7 +11,8 @@ public:
     /// Writes a new temporary file PATH.NUMBERS.tmp beside the target, fsync, rename over it, fsync of the
     /// folder. After a failed fsync nothing is retried on the same file: call again, which writes a new one.
     /// The temporary file is removed on failure; one left by a kill is removed at the next write of the same
-    /// target. A symbolic link is replaced by the file. Root keeps the owner of the file that is replaced.
+    /// target. A symbolic link is replaced by the file. Root keeps the owner of the file that is replaced,
+    /// and gives a new one to the owner of its folder.
     /// @param mode  permissions of the new file from its first byte on, less the umask of the process
     /// @throws CException "Unable to replace %s: %s", naming the step, with the system error; the old content
     /// stays, unless the step is the last one ("replaced, but ...": a power cut may bring the old content

@@ -17,6 +17,8 @@ constexpr char kSource[] = "software/utility/CIpcMessage";
 constexpr std::size_t kCodeSize = 3;                                        // characters
 constexpr std::size_t kSubCodeSize = 4;                                     // characters
 constexpr std::size_t kMinDigits = 3;                                       // display width of a number
+constexpr std::size_t kFirstArgs = 4;                                       // that get room at once
+constexpr std::size_t kFirstTexts = 64;                                     // bytes of their values
 constexpr std::size_t kMaxDecimal = std::numeric_limits<int>::digits10 + 2; // digits and a sign
 
 // Offsets in the header that a receiver needs before it reads the header as a whole.
@@ -26,24 +28,15 @@ constexpr std::size_t kLengthOffset = 22;
 constexpr std::size_t kArgHeaderSize = 4;                 // flags, modifier and key in front of the text
 constexpr std::size_t kArgExtraSize = kArgHeaderSize + 1; // and the zero byte behind it
 
-// The first character is the most significant byte of the field.
-std::uint32_t Pack(std::string_view text)
-{
-    std::uint32_t field = 0;
-    for (const char c : text)
-        field = (field << 8) | static_cast<unsigned char>(c);
-    return field;
-}
-
 std::string Unpack(std::uint32_t field, std::size_t size)
 {
-    std::string text(size, '\0');
+    char text[sizeof field];
     for (std::size_t i = 0; i < size; ++i)
         text[i] = static_cast<char>((field >> (8 * (size - 1 - i))) & 0xFF);
-    return text;
+    return std::string(text, size);
 }
 
-bool ParseNumber(const std::string& text, int& value)
+bool ParseNumber(std::string_view text, int& value)
 {
     const char* end = text.data() + text.size();
     int number = 0;
@@ -58,13 +51,15 @@ bool ParseNumber(const std::string& text, int& value)
 CIpcMessage::CIpcMessage(EMessageType type)
 {
     mHeader.mType = type;
-    mHeader.mCode = Pack("!!!");
-    mHeader.mSubCode = Pack("!!!!");
+    mHeader.mCode = PackCode("!!!");
+    mHeader.mSubCode = PackCode("!!!!");
 }
 
 CIpcMessage::CIpcMessage(const CIpcMessage& other)
     : mHeader(other.mHeader)
     , mArgs(other.mArgs)
+    , mTexts(other.mTexts)
+    , mTextsFilled(other.mTextsFilled)
     , mSource(other.mSource)
     , mDestination(other.mDestination)
     , mSender(other.mSender)
@@ -82,7 +77,7 @@ void CIpcMessage::SetCode(std::string_view code)
 {
     if (code.size() != kCodeSize)
         throw CException(__func__, kSource, __LINE__, false, "Invalid code %s", std::string(code).c_str());
-    mHeader.mCode = Pack(code);
+    mHeader.mCode = PackCode(code);
 }
 
 std::string CIpcMessage::GetCode() const
@@ -95,7 +90,7 @@ void CIpcMessage::SetSubCode(std::string_view subCode)
     if (!subCode.empty() && subCode.size() != kSubCodeSize)
         throw CException(__func__, kSource, __LINE__, false, "Invalid subcode %s",
                          std::string(subCode).c_str());
-    mHeader.mSubCode = Pack(subCode);
+    mHeader.mSubCode = PackCode(subCode);
 }
 
 std::string CIpcMessage::GetSubCode() const
@@ -111,52 +106,109 @@ void CIpcMessage::CopyHeader(const CIpcMessage& other)
 
 void CIpcMessage::AddArg(unsigned short key, int value, EParmFlags flags, unsigned char modifier)
 {
-    char text[kMaxDecimal];
-    const char* const end = std::to_chars(text, text + sizeof text, value).ptr;
-    const auto length = static_cast<std::size_t>(end - text);
+    CheckRoom(key);
+    char* const text = MakeTextRoom(kMaxDecimal);
+    const auto length = static_cast<std::size_t>(std::to_chars(text, text + kMaxDecimal, value).ptr - text);
     const std::size_t digits = length - (value < 0 ? 1 : 0);
-    SArg& arg = MakeArg(key);
-    arg.mFlags = flags != eParmText ? static_cast<std::uint8_t>(flags)
-                                    : static_cast<std::uint8_t>(eParmNumber | std::max(digits, kMinDigits));
-    arg.mModifier = modifier;
-    arg.mValue.assign(text, length);
+    if (flags == eParmText)
+        flags = static_cast<EParmFlags>(eParmNumber | std::max(digits, kMinDigits));
+    PutValue(key, length, flags, modifier);
 }
 
-void CIpcMessage::AddArg(unsigned short key, const std::string& text, unsigned char modifier)
+void CIpcMessage::AddDecimal(unsigned short key, std::string_view digits, EParmFlags flags,
+                             unsigned char modifier)
 {
-    AddArg(key, text.c_str(), modifier);
+    CheckRoom(key);
+    const char* from = digits.data();
+    const char* const end = from + digits.size();
+    const bool isNegative = *from == '-';
+    from += isNegative ? 1 : 0;
+    while (from + 1 < end && *from == '0')
+        ++from;
+    char* const text = MakeTextRoom(kMaxDecimal);
+    char* to = text;
+    if (isNegative && *from != '0')
+        *to++ = '-';
+    to = std::copy(from, end, to);
+    PutValue(key, static_cast<std::size_t>(to - text), flags, modifier);
+}
+
+void CIpcMessage::AddArg(unsigned short key, std::string_view text, unsigned char modifier)
+{
+    CheckRoom(key);
+    PutText(key, text.substr(0, text.find('\0')), eParmText, modifier);
 }
 
 void CIpcMessage::AddArg(unsigned short key, const char* text, unsigned char modifier)
 {
-    SArg& arg = MakeArg(key);
-    arg.mFlags = eParmText;
-    arg.mModifier = modifier;
-    arg.mValue = text;
+    CheckRoom(key);
+    PutText(key, text, eParmText, modifier);
 }
 
-CIpcMessage::SArg& CIpcMessage::MakeArg(unsigned short key)
+void CIpcMessage::CheckRoom(unsigned short key) const
 {
     if (mArgs.size() >= kMaxArgs)
         throw CException("AddArg", kSource, __LINE__, false,
                          "Unable to add new message parameter.  MaxNumParms exceeded (%d)", key);
-    return PutArg(key);
 }
 
-// The argument with this key, new if there is none.
-CIpcMessage::SArg& CIpcMessage::PutArg(unsigned short key)
+void CIpcMessage::PutText(unsigned short key, std::string_view text, unsigned char flags,
+                          unsigned char modifier)
 {
+    char* const room = MakeTextRoom(text.size());
+    std::copy(text.begin(), text.end(), room);
+    PutValue(key, text.size(), flags, modifier);
+}
+
+// Makes an argument, or replaces it, of what was written behind the texts.
+void CIpcMessage::PutValue(unsigned short key, std::size_t length, unsigned char flags,
+                           unsigned char modifier)
+{
+    const auto start = static_cast<std::uint32_t>(mTextsFilled);
+    mTextsFilled += length;
+    const auto size = static_cast<std::uint32_t>(length);
     if (mArgs.empty() || mArgs.back().mKey < key)
     {
-        mArgs.emplace_back().mKey = key;
-        return mArgs.back();
+        mArgs.emplace_back(key, flags, modifier, start, size); // made in place: it is most of the work
+        return;
     }
     const auto place = std::lower_bound(mArgs.begin(), mArgs.end(), key, IsBefore);
     if (place->mKey == key)
-        return *place;
-    SArg arg;
-    arg.mKey = key;
-    return *mArgs.insert(place, std::move(arg));
+        *place = SArg(key, flags, modifier, start, size);
+    else
+        mArgs.emplace(place, key, flags, modifier, start, size);
+}
+
+// The values of all arguments stand in one buffer, which only grows; what was replaced stays in it until
+// there is need for the room.
+char* CIpcMessage::MakeTextRoom(std::size_t size)
+{
+    if (mTexts.size() - mTextsFilled < size)
+        GrowTexts(size);
+    return mTexts.data() + mTextsFilled;
+}
+
+void CIpcMessage::GrowTexts(std::size_t size)
+{
+    mArgs.reserve(kFirstArgs);
+    DropUnusedTexts();
+    if (mTexts.size() < 2 * mTextsFilled + size) // so that the next time is far off
+        mTexts.resize(std::max(2 * (mTextsFilled + size), kFirstTexts));
+}
+
+void CIpcMessage::DropUnusedTexts()
+{
+    std::vector<char> texts;
+    texts.reserve(mTexts.size());
+    for (SArg& arg : mArgs)
+    {
+        const std::string_view text = GetText(arg);
+        arg.mStart = static_cast<std::uint32_t>(texts.size());
+        texts.insert(texts.end(), text.begin(), text.end());
+    }
+    mTextsFilled = texts.size();
+    texts.resize(mTexts.size());
+    mTexts = std::move(texts);
 }
 
 void CIpcMessage::RemoveArg(unsigned short key)
@@ -169,6 +221,7 @@ void CIpcMessage::RemoveArg(unsigned short key)
 void CIpcMessage::ClearArgs()
 {
     mArgs.clear();
+    mTextsFilled = 0;
     mHeader.mArgCount = 0;
     mCursor = 0;
 }
@@ -184,14 +237,14 @@ bool CIpcMessage::GetArg(unsigned short key, std::string& value) const
     const SArg* arg = FindArg(key);
     if (arg == nullptr)
         return false;
-    value = arg->mValue;
+    value = GetText(*arg);
     return true;
 }
 
 bool CIpcMessage::GetArg(unsigned short key, int& value) const
 {
     const SArg* arg = FindArg(key);
-    return arg != nullptr && arg->mFlags != eParmText && ParseNumber(arg->mValue, value);
+    return arg != nullptr && arg->mFlags != eParmText && ParseNumber(GetText(*arg), value);
 }
 
 bool CIpcMessage::GetArgFlags(unsigned short key, EParmFlags& flags) const
@@ -248,7 +301,7 @@ bool CIpcMessage::GetNextArg(unsigned short& key, std::string& value) const
     if (entry == mArgs.end())
         return false;
     key = entry->mKey;
-    value = entry->mValue;
+    value = GetText(*entry);
     return true;
 }
 
@@ -267,7 +320,7 @@ std::size_t CIpcMessage::GetSerializedSize() const
 {
     std::size_t size = kHeaderSize;
     for (const SArg& arg : mArgs)
-        size += kArgExtraSize + arg.mValue.size();
+        size += kArgExtraSize + arg.mLength;
     return size;
 }
 
@@ -296,7 +349,7 @@ unsigned int CIpcMessage::SerializeMessage(unsigned char*& out)
             writer.Put8(arg.mFlags);
             writer.Put8(arg.mModifier);
             writer.PutLe16(arg.mKey);
-            writer.PutText(arg.mValue);
+            writer.PutText(GetText(arg));
             writer.Put8(0);
         }
         mBuffer = std::move(buffer);
@@ -322,11 +375,9 @@ bool CIpcMessage::DeserializeMessage(const unsigned char* bytes, const char* sen
     const unsigned char* at = bytes + kHeaderSize;
     for (std::uint16_t i = 0; i < mHeader.mArgCount; ++i)
     {
-        SArg& arg = PutArg(NByteOrder::GetLe16(at + 2)); // a later one with the same key wins
-        arg.mFlags = at[0];
-        arg.mModifier = at[1];
-        arg.mValue = reinterpret_cast<const char*>(at + kArgHeaderSize);
-        at += kArgExtraSize + arg.mValue.size();
+        const std::string_view text = reinterpret_cast<const char*>(at + kArgHeaderSize);
+        PutText(NByteOrder::GetLe16(at + 2), text, at[0], at[1]); // a later one with the same key wins
+        at += kArgExtraSize + text.size();
     }
     mSender = sender == nullptr ? "" : sender;
     return true;
@@ -382,7 +433,10 @@ std::string CIpcMessage::GetMsgAsString(const CIpcMessage& message)
     {
         int number = 0;
         line += ' ';
-        line += message.GetArg(arg.mKey, number) ? std::to_string(number) : arg.mValue;
+        if (message.GetArg(arg.mKey, number))
+            line += std::to_string(number);
+        else
+            line += message.GetText(arg);
     }
     return line;
 }

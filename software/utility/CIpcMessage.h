@@ -45,6 +45,7 @@ public:
     static constexpr std::size_t kHeaderSize = 24; // bytes
     static constexpr std::size_t kMaxSize = 4095;  // bytes of a serialised message
     static constexpr std::size_t kMaxArgs = 128;   // what `AddArg` allows
+    static constexpr std::size_t kMaxDigits = 9;   // that fit in any case
     static constexpr unsigned short kNoAddress = 65533;
     static constexpr unsigned short kEveryUnit = 65535;
 
@@ -69,6 +70,15 @@ public:
     /// @throws CException "Invalid code %s" unless it has exactly 3 characters
     void SetCode(std::string_view code);
     std::string GetCode() const;
+    /// Three characters as one number, to compare codes by.
+    static constexpr std::uint32_t PackCode(std::string_view code) noexcept
+    {
+        std::uint32_t packed = 0; // the first character is the most significant byte
+        for (const char c : code)
+            packed = (packed << 8) | static_cast<unsigned char>(c);
+        return packed;
+    }
+    std::uint32_t GetPackedCode() const noexcept { return mHeader.mCode; }
     /// @throws CException "Invalid subcode %s" unless it has exactly 4 characters, or none for no sub-code
     void SetSubCode(std::string_view subCode);
     std::string GetSubCode() const; ///< empty for none
@@ -86,9 +96,13 @@ public:
     /// @throws CException "Unable to add new message parameter.  MaxNumParms exceeded (%d)", with the key,
     /// when the message has 128 arguments already, also where one would only be replaced
     void AddArg(unsigned short key, int value, EParmFlags flags = eParmText, unsigned char modifier = 0);
+    /// Adds a number as it was read, which saves its way to binary and back; it is kept without leading
+    /// zeros.
+    /// @param digits  1 to `kMaxDigits` decimal ones, after a minus sign if it is negative
+    void AddDecimal(unsigned short key, std::string_view digits, EParmFlags flags, unsigned char modifier);
     /// Adds a text, or replaces the argument with this key. It ends at its first NUL, as it does on the wire.
     /// @throws CException as above
-    void AddArg(unsigned short key, const std::string& text, unsigned char modifier = 0);
+    void AddArg(unsigned short key, std::string_view text, unsigned char modifier = 0);
     void AddArg(unsigned short key, const char* text, unsigned char modifier = 0);
     void RemoveArg(unsigned short key);
     void ClearArgs();
@@ -152,23 +166,43 @@ private:
     };
     struct SArg
     {
-        unsigned short mKey = 0;
-        std::uint8_t mFlags = eParmText;
-        std::uint8_t mModifier = 0;
-        std::string mValue;
+        SArg(unsigned short key, std::uint8_t flags, std::uint8_t modifier, std::uint32_t start,
+             std::uint32_t length) noexcept
+            : mKey(key)
+            , mFlags(flags)
+            , mModifier(modifier)
+            , mStart(start)
+            , mLength(length)
+        {
+        }
+        unsigned short mKey;
+        std::uint8_t mFlags;
+        std::uint8_t mModifier;
+        std::uint32_t mStart; // of its value among the texts
+        std::uint32_t mLength;
     };
     // Ascending by key. Most messages have few arguments and get them in order, so that adding one is putting
     // it behind the others; a message that is used again takes nothing from the heap for them.
     using CArgs = std::vector<SArg>;
 
     static bool IsBefore(const SArg& arg, unsigned short key) noexcept { return arg.mKey < key; }
-    SArg& MakeArg(unsigned short key);
-    SArg& PutArg(unsigned short key);
+    void CheckRoom(unsigned short key) const;
+    void PutText(unsigned short key, std::string_view text, unsigned char flags, unsigned char modifier);
+    void PutValue(unsigned short key, std::size_t length, unsigned char flags, unsigned char modifier);
     const SArg* FindArg(unsigned short key) const;
+    std::string_view GetText(const SArg& arg) const noexcept
+    {
+        return {mTexts.data() + arg.mStart, arg.mLength};
+    }
+    char* MakeTextRoom(std::size_t size);
+    void GrowTexts(std::size_t size);
+    void DropUnusedTexts();
     std::size_t GetSerializedSize() const;
 
     SHeader mHeader;
     CArgs mArgs;
+    std::vector<char> mTexts; // values of the arguments, some of them replaced, and room for more
+    std::size_t mTextsFilled = 0;
     mutable std::uint32_t mCursor = 0; // lowest key that the walk has not seen
     unsigned short mSource = kNoAddress;
     unsigned short mDestination = kNoAddress;

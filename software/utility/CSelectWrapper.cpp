@@ -44,7 +44,8 @@ void CSelectWrapper::Add(int descriptor, std::uint64_t tag)
 void CSelectWrapper::Watch(int descriptor, std::uint64_t tag, bool read, bool write)
 {
     RefuseWakeTag(descriptor, tag);
-    Control(EPOLL_CTL_MOD, descriptor, (read ? EPOLLIN : 0U) | (write ? EPOLLOUT : 0U), tag);
+    // What is not read hides the end of a connection behind it, so that has an event of its own.
+    Control(EPOLL_CTL_MOD, descriptor, (read ? EPOLLIN : EPOLLRDHUP) | (write ? EPOLLOUT : 0U), tag);
 }
 
 void CSelectWrapper::AddWake(int descriptor)

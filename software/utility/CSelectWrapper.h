@@ -19,8 +19,9 @@ public:
     struct SReady
     {
         std::uint64_t mTag = 0; ///< as given to `Add`
-        /// Bytes, an end of file, a connection to accept, or an error to be read. A hang-up or an error is
-        /// reported even where reading was not asked for: who does not look at it will see it at every wait.
+        /// Bytes, an end of file, a connection to accept, or an error to be read. The end of a connection, by
+        /// a hang-up or an error or because the peer will send nothing more, is reported even where reading
+        /// was not asked for: who does not look at it will see it at every wait.
         bool mReadable = false;
         bool mWritable = false; ///< only where `Watch` asked for it
     };

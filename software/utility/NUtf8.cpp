@@ -59,6 +59,11 @@ bool NUtf8::IsStorable(std::string_view text) noexcept
     std::size_t at = 0;
     while (at < text.size())
     {
+        if (static_cast<signed char>(text[at]) > 0) // most text is ASCII
+        {
+            ++at;
+            continue;
+        }
         const SCharacter character = Decode(text.substr(at));
         if (character.mLength == 0 || character.mCodepoint == 0)
             return false;
@@ -75,6 +80,11 @@ std::size_t NUtf8::CutLength(std::string_view text, std::size_t maxBytes) noexce
     for (std::size_t i = 0; i < kMaxContinuation && length > 0 && IsContinuation(text[length]); ++i)
         --length;
     return IsContinuation(text[length]) ? maxBytes : length; // malformed: there is no border to find
+}
+
+std::size_t NUtf8::CharacterLength(std::string_view text) noexcept
+{
+    return text.empty() ? 0 : Decode(text).mLength;
 }
 
 void NUtf8::AppendPrintable(std::string& line, std::string_view text)

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -60,15 +61,21 @@ public:
     bool IsEnabled(ELogLevel level) const noexcept override { return level >= mLowest; }
 
     void SetLowest(ELogLevel level) { mLowest = level; }
-    const std::vector<SLine>& GetLines() const { return mLines; }
-    void Clear() { mLines.clear(); }
+    const std::vector<SLine>& GetLines() const { return mLines; } ///< while nobody else writes
+    void Clear()
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mLines.clear();
+    }
     std::size_t Count(const std::string& text) const
     {
+        const std::lock_guard<std::mutex> lock(mMutex);
         return static_cast<std::size_t>(std::count_if(mLines.begin(), mLines.end(),
                                                       [&](const SLine& line) { return line.mText == text; }));
     }
     bool Has(ELogLevel level, const std::string& text) const
     {
+        const std::lock_guard<std::mutex> lock(mMutex);
         return std::any_of(mLines.begin(), mLines.end(),
                            [&](const SLine& line) { return line.mLevel == level && line.mText == text; });
     }
@@ -78,9 +85,11 @@ private:
     {
         char text[4096];
         std::vsnprintf(text, sizeof text, format, arguments);
+        const std::lock_guard<std::mutex> lock(mMutex);
         mLines.push_back({level, text});
     }
 
     ELogLevel mLowest = ELogLevel::Debug;
+    mutable std::mutex mMutex;
     std::vector<SLine> mLines;
 };

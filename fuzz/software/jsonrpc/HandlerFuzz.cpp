@@ -2,6 +2,7 @@
 #include "software/jsonrpc/Handler.h"
 
 #include "software/jsonrpc/RpcMethod.h"
+#include "software/jsonrpc/Turn.h"
 
 #include <json/reader.h>
 
@@ -45,7 +46,11 @@ private:
         return true;
     }
     bool Fail(const Json::Value&, Json::Value&) { throw std::runtime_error("broken"); }
-    bool Later(const Json::Value&, Json::Value&) { return false; }
+    bool Later(const Json::Value&, Json::Value&)
+    {
+        mHandler.Defer().Answer("at once");
+        return false;
+    }
 
     Json::Rpc::Handler mHandler;
 };
@@ -56,7 +61,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     static CMethods methods;
     const char* const text = reinterpret_cast<const char*>(data);
     Json::Value response;
-    methods.GetHandler().Process(text, text + size, response, 7);
+    Json::Rpc::Turn turn(std::chrono::microseconds(0)); // over after each request of a batch
+    auto exchange = methods.GetHandler().Begin(text, text + size, response, 7, turn);
+    while (exchange != nullptr && !methods.GetHandler().Resume(*exchange, response, turn))
+        Require(!exchange->IsWaiting() && response.isNull());
     if (response.isNull())
         return 0;
     Require(response.isObject() || response.isArray());

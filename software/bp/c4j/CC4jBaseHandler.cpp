@@ -15,6 +15,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <set>
+#include <string_view>
 #include <utility>
 
 namespace
@@ -161,8 +163,13 @@ bool CC4jBaseHandler::AddListener(const Json::Value& request, Json::Value& respo
     for (const std::string& name : names)
         mDispatcher.GetNotificationManager().NotifyRegister(name, descriptor);
     if (GetSendNow(GetParams(request), true))
+    {
+        // Each state once, however often the request has the name: its length must not multiply the work.
+        std::set<std::string_view> told;
         for (const std::string& name : names)
-            SendState(name, descriptor);
+            if (told.insert(name).second)
+                SendState(name, descriptor);
+    }
     SetEmptyResult(response);
     return true;
 }

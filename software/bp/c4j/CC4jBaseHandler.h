@@ -162,9 +162,10 @@ protected:
     /// Whether a listener wants the current state at once; [name, sendNow] or {"sendNow": bool}.
     static bool GetSendNow(const Json::Value& params, bool arrayDefault);
 
-    /// What a listener method is about.
+    /// What a listener method is about. A group that has refusals of its own overrides it.
     /// @returns false, with error 5 answered, when there is no name or an empty one
-    bool FindNames(const Json::Value& request, Json::Value& response, std::list<std::string>& names) const;
+    virtual bool FindNames(const Json::Value& request, Json::Value& response,
+                           std::list<std::string>& names) const;
     /// The caller as a subscriber. @returns false, with error 5 answered, when it has no client id
     static bool FindSubscriber(const Json::Value& request, Json::Value& response, std::string& descriptor);
     /// Answers error 5 "Can't find client identifier".

@@ -156,9 +156,9 @@ unsigned CJsonRpcServer::GetJsonClientDescriptorFromString(std::string_view desc
     return static_cast<unsigned>(id);
 }
 
-bool CJsonRpcServer::ProcessOutOfBandMessage(const std::string& text, Json::Value& response, int clientId)
+void CJsonRpcServer::ProcessOutOfBandMessage(const std::string& text, Json::Value& response, int clientId)
 {
-    return GetHandler().Process(text, response, clientId);
+    GetHandler().Process(text, response, clientId);
 }
 
 void CJsonRpcServer::OnClientGone(unsigned id)

@@ -56,9 +56,9 @@ public:
     /// @returns the id in "JSON_TCP.%d"; 0xFFFFFFFF (-1) for any other text
     static unsigned GetJsonClientDescriptorFromString(std::string_view descriptor) noexcept;
 
-    /// Runs a request that arrived by another path, as if the client with this id had sent it.
-    /// @returns false when the reply follows later
-    bool ProcessOutOfBandMessage(const std::string& text, Json::Value& response, int clientId);
+    /// Runs a request that arrived by another path, as if the client with this id had sent it. No method can
+    /// answer it later.
+    void ProcessOutOfBandMessage(const std::string& text, Json::Value& response, int clientId);
 
     CEventDispatcher& GetDispatcher() const noexcept { return mDispatcher; }
 

@@ -1,6 +1,7 @@
-// Connections, framing and output of the JSON-RPC server.
+// Connections and output of the JSON-RPC server.
 #include "software/bp/c4j/CJsonRpcTcpServer.h"
 
+#include "software/bp/c4j/NJsonRpcBuffer.h"
 #include "software/include/ILog.h"
 #include "software/jsonrpc/NJsonText.h"
 #include "software/utility/CException.h"
@@ -20,11 +21,9 @@
 namespace
 {
 constexpr char kSource[] = "software/bp/c4j/CJsonRpcTcpServer";
-constexpr char kUnparsable[] = "$";       // answered by the dispatcher's parse error
 constexpr std::uint64_t kListenerTag = 0; // before every client's
 constexpr int kMaxAccepts = 64;           // a pass, so that a rush of connections delays nobody for long
 constexpr std::size_t kFlushBytes = std::size_t{16} << 10; // replies are joined up to here
-constexpr std::size_t kKeptBytes = std::size_t{64} << 10;  // of an empty buffer; larger ones are given back
 constexpr std::chrono::seconds kPause{1};                  // of the listener when descriptors have run out
 
 std::uint64_t TagOf(std::uint32_t id)
@@ -35,11 +34,6 @@ std::uint64_t TagOf(std::uint32_t id)
 std::uint32_t IdOf(std::uint64_t tag)
 {
     return static_cast<std::uint32_t>(tag - 1);
-}
-
-const char* FindNul(const char* begin, const char* end)
-{
-    return static_cast<const char*>(std::memchr(begin, '\0', static_cast<std::size_t>(end - begin)));
 }
 
 // Small replies leave at once, and a peer that vanished without a word is noticed: asked after a minute of
@@ -104,15 +98,6 @@ CDescriptor OpenReserve()
 {
     return CDescriptor(NPosix::RetryOnInterrupt([] { return ::open("/dev/null", O_RDONLY | O_CLOEXEC); }));
 }
-
-// A long text passes now and then; its memory must not stay with each client that ever had one.
-void Empty(std::string& buffer)
-{
-    if (buffer.capacity() > kKeptBytes)
-        std::string().swap(buffer);
-    else
-        buffer.clear();
-}
 } // namespace
 
 // Whoever holds a client while others may be called. What is removed meanwhile is deleted when the last walk
@@ -140,6 +125,7 @@ private:
 CJsonRpcTcpServer::CJsonRpcTcpServer(const std::string& address, unsigned short port, ILog& log)
     : Server(address, port)
     , mLog(log)
+    , mInput(GetHandler(), *this, log)
     , mReserve(OpenReserve())
 {
     SetProtocol(IPPROTO_TCP);
@@ -184,38 +170,30 @@ void CJsonRpcTcpServer::WaitMessage(unsigned timeoutMs)
         return;
     const CWalk walk(*this);
     WatchListener();
-    mSelect.Wait(LimitToPause(mBacklog.empty() ? timeoutMs : 0));
-    std::uint64_t nextTag = 0; // of those whose turn is still to come
+    mSelect.Wait(LimitToPause(mInput.HasWork() ? 0 : timeoutMs));
+    std::uint32_t nextId = 0; // of those whose turn is still to come
     // By index and by value: a new connection may move the list.
     for (std::size_t i = 0; i < mSelect.GetReady().size(); ++i)
     {
         const CSelectWrapper::SReady ready = mSelect.GetReady()[i];
-        ServeBacklog(nextTag, ready.mTag);
         if (ready.mTag == kListenerTag)
+        {
             AcceptWaiting();
-        else
-            ServeClient(ready);
-        nextTag = ready.mTag + 1;
+            continue;
+        }
+        const std::uint32_t id = IdOf(ready.mTag);
+        ServeHeldBack(nextId, id);
+        ServeClient(id, ready);
+        nextId = id + 1;
     }
-    ServeBacklog(nextTag, UINT64_MAX);
+    ServeHeldBack(nextId, UINT32_MAX);
     Purge();
 }
 
 void CJsonRpcTcpServer::Recv(ClientList::iterator position)
 {
     const CWalk walk(*this);
-    SJsonRpcClient& client = **position;
-    const ssize_t received = NPosix::RetryOnInterrupt(
-        [&] { return ::recv(client.mSocket.Get(), mBuffer.data(), mBuffer.size(), 0); });
-    if (received < 0 && errno == EAGAIN)
-        return;
-    if (received < 1)
-    {
-        LogClient("Terminated connection from", client);
-        Doom(client);
-        return;
-    }
-    TakeInput(client, static_cast<std::size_t>(received));
+    mInput.Receive(**position);
 }
 
 void CJsonRpcTcpServer::Send(unsigned id, const std::string& text)
@@ -243,6 +221,12 @@ EAccessLevel CJsonRpcTcpServer::GetClientAccessLevel(unsigned id) const noexcept
 {
     const SJsonRpcClient* const client = Find(id);
     return client == nullptr ? eAccessUser : client->mAccessLevel;
+}
+
+std::string CJsonRpcTcpServer::GetClientAddress(unsigned id) const
+{
+    const SJsonRpcClient* const client = Find(id);
+    return client == nullptr ? std::string() : AddressText(client->mPeer);
 }
 
 void CJsonRpcTcpServer::ForceClose(unsigned id)
@@ -442,9 +426,9 @@ void CJsonRpcTcpServer::ForgetPeer(std::uint32_t peer)
         mPeers.erase(found);
 }
 
-void CJsonRpcTcpServer::ServeClient(const CSelectWrapper::SReady& ready)
+void CJsonRpcTcpServer::ServeClient(std::uint32_t id, const CSelectWrapper::SReady& ready)
 {
-    const auto found = mClientsById.find(IdOf(ready.mTag));
+    const auto found = mClientsById.find(id);
     if (found == mClientsById.end())
         return; // closed earlier in this pass
     const ClientList::iterator position = found->second;
@@ -456,123 +440,48 @@ void CJsonRpcTcpServer::ServeClient(const CSelectWrapper::SReady& ready)
     }
     if (client.mDoomed)
         return;
-    if (!client.mWatchesRead) // a hang-up is reported all the same, and seen when the rest has run
-        GoOn(client);
-    else if (ready.mReadable)
+    if (client.mWatchesRead && ready.mReadable)
         Recv(position);
+    else if (!client.mWatchesRead)
+        mInput.GoOn(client, ready.mReadable);
 }
 
-// Gives each client of the backlog whose tag lies in the range its turn.
-void CJsonRpcTcpServer::ServeBacklog(std::uint64_t firstTag, std::uint64_t endTag)
+// Gives each client whose input was held back and whose id lies in the range its turn.
+void CJsonRpcTcpServer::ServeHeldBack(std::uint32_t firstId, std::uint32_t endId)
 {
     // Looked up anew each time: a method may close any client.
-    for (auto next = mBacklog.lower_bound(firstTag); next != mBacklog.end() && *next < endTag;
-         next = mBacklog.lower_bound(firstTag))
+    for (std::uint32_t id = mInput.NextWithWork(firstId); id < endId; id = mInput.NextWithWork(id + 1))
     {
-        firstTag = *next + 1;
-        GoOn(*Find(IdOf(*next)));
+        if (SJsonRpcClient* const client = Find(id))
+            mInput.GoOn(*client, false);
+        else
+            mInput.Forget(id);
     }
 }
 
-// What stands in the receive buffer, and what is left of it.
-void CJsonRpcTcpServer::TakeInput(SJsonRpcClient& client, std::size_t size)
+void CJsonRpcTcpServer::WatchInput(SJsonRpcClient& client, bool watch)
 {
-    const char* const end = mBuffer.data() + size;
-    const char* const rest = RunMessages(client, mBuffer.data(), end);
-    if (client.mDoomed)
-        return;
-    if (rest != end)
-        HoldBack(client, rest, end);
-    else if (!client.mWatchesRead)
-        ReadAgain(client);
+    Watch(client, watch, client.mWatchesWrite);
+}
+
+void CJsonRpcTcpServer::EndTurn(SJsonRpcClient& client)
+{
     if (!client.mWatchesWrite)
         Flush(client);
     Charge(client);
 }
 
-// Runs one whole message after the other until the quantum is used up, and keeps a part of one at the end.
-// A message that stands alone, which is the usual case, costs no look at the clock.
-// @returns the first byte that was not taken, or the end
-const char* CJsonRpcTcpServer::RunMessages(SJsonRpcClient& client, const char* begin, const char* end)
+void CJsonRpcTcpServer::LoseInput(SJsonRpcClient& client)
 {
-    using Clock = std::chrono::steady_clock;
-    const char* nul = FindNul(begin, end);
-    const char* next = nul == nullptr ? nullptr : FindNul(nul + 1, end);
-    const Clock::time_point limit = next == nullptr ? Clock::time_point() : Clock::now() + kQuantum;
-    while (nul != nullptr)
-    {
-        TakeMessage(client, begin, nul);
-        begin = nul + 1;
-        if (client.mDoomed || (next != nullptr && Clock::now() >= limit))
-            return begin;
-        nul = next;
-        next = nul == nullptr ? nullptr : FindNul(nul + 1, end);
-    }
-    KeepPending(client, begin, end);
-    return end;
-}
-
-void CJsonRpcTcpServer::TakeMessage(SJsonRpcClient& client, const char* begin, const char* nul)
-{
-    if (client.mPending.empty()) // the usual case: nothing is copied
-        return RunMessage(client, begin, nul);
-    client.mPending.append(begin, nul);
-    RunMessage(client, client.mPending.data(), client.mPending.data() + client.mPending.size());
-    Empty(client.mPending);
-}
-
-void CJsonRpcTcpServer::KeepPending(SJsonRpcClient& client, const char* begin, const char* end)
-{
-    client.mPending.append(begin, end);
-    if (client.mPending.size() <= kMaxPending)
-        return;
-    mLog.Log("Terminating connection, bad message framing from %s [ID:%d]", client.mName.c_str(),
-             static_cast<int>(client.mId));
+    LogClient("Terminated connection from", client);
     Doom(client);
 }
 
-// Nothing is pending here, because a message has just ended.
-void CJsonRpcTcpServer::HoldBack(SJsonRpcClient& client, const char* begin, const char* end)
+void CJsonRpcTcpServer::RefuseInput(SJsonRpcClient& client)
 {
-    client.mPending.assign(begin, end);
-    mBacklog.insert(TagOf(client.mId));
-    Watch(client, false, client.mWatchesWrite);
-}
-
-void CJsonRpcTcpServer::GoOn(SJsonRpcClient& client)
-{
-    const std::size_t size = client.mPending.copy(mBuffer.data(), mBuffer.size()); // all: it was one read
-    client.mPending.clear();
-    TakeInput(client, size);
-}
-
-void CJsonRpcTcpServer::ReadAgain(SJsonRpcClient& client)
-{
-    mBacklog.erase(TagOf(client.mId));
-    Watch(client, true, client.mWatchesWrite);
-}
-
-void CJsonRpcTcpServer::RunMessage(SJsonRpcClient& client, const char* begin, const char* end)
-{
-    if (begin == end || (*begin >= '0' && *begin <= '9'))
-    {
-        begin = kUnparsable;
-        end = begin + 1;
-    }
-    const int id = static_cast<int>(client.mId);
-    Json::Value response;
-    try
-    {
-        GetHandler().Process(begin, end, response, id);
-    }
-    catch (const std::exception&)
-    {
-        mLog.Log("Json Rpc Tcp Server process failed, contents of the message are unexpected. "
-                 "Processing $ instead to exit gracefully");
-        GetHandler().Process(kUnparsable, response, id);
-    }
-    if (!response.isNull() && !client.mDoomed)
-        AppendReply(client, response);
+    mLog.Log("Terminating connection, bad message framing from %s [ID:%d]", client.mName.c_str(),
+             static_cast<int>(client.mId));
+    Doom(client);
 }
 
 void CJsonRpcTcpServer::AppendReply(SJsonRpcClient& client, const Json::Value& response)
@@ -634,14 +543,16 @@ void CJsonRpcTcpServer::FailOutput(SJsonRpcClient& client, int error)
 
 void CJsonRpcTcpServer::DropOutput(SJsonRpcClient& client)
 {
-    Empty(client.mOutput);
+    NJsonRpcBuffer::Empty(client.mOutput);
     client.mOutputSent = 0;
     Watch(client, client.mWatchesRead, false);
 }
 
 void CJsonRpcTcpServer::Recount(SJsonRpcClient& client)
 {
-    const std::size_t held = client.mPending.size() + client.GetUnsent();
+    std::size_t held = client.mPending.size() + client.GetUnsent();
+    if (client.mExchange != nullptr && !client.mDoomed)
+        held += client.mExchange->GetWeight();
     mPendingBytes += held - client.mCharged;
     client.mCharged = held;
 }
@@ -677,7 +588,7 @@ void CJsonRpcTcpServer::Doom(SJsonRpcClient& client)
     if (std::exchange(client.mDoomed, true))
         return;
     mPurge.push_back(client.mId);
-    Empty(client.mPending);
+    NJsonRpcBuffer::Empty(client.mPending);
     Recount(client);
 }
 
@@ -704,7 +615,7 @@ void CJsonRpcTcpServer::Remove(ClientList::iterator position)
     mSelect.Remove(client.mSocket.Get());
     client.mSocket.Reset();
     mClientsById.erase(client.mId);
-    mBacklog.erase(TagOf(client.mId));
+    mInput.Forget(client.mId);
     mRemoved.splice(mRemoved.end(), mClients, position);
     ForgetPeer(client.mPeer);
     mIsFull = false;

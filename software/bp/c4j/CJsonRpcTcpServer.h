@@ -1,13 +1,13 @@
-// The network end of the JSON-RPC interface: connections, framing, sending.
+// The network end of the JSON-RPC interface: connections, turns, sending.
 #pragma once
 
+#include "software/bp/c4j/CJsonRpcInput.h"
 #include "software/bp/c4j/SJsonRpcClient.h"
 #include "software/include/EAccessLevel.h"
 #include "software/jsonrpc/Server.h"
 #include "software/utility/CDescriptor.h"
 #include "software/utility/CSelectWrapper.h"
 
-#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +15,6 @@
 #include <list>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -31,12 +30,12 @@ class ILog;
 /// purged, because a cut message would break its framing for good. The kernel drops a peer that acknowledges
 /// nothing for `kPeerTimeoutMs`.
 ///
-/// Each client has one turn in a pass: what it sent in one read, of which no further message is begun after
-/// `kQuantum`. The rest is held back for the next pass, and nothing more is read from the client until then,
-/// so that one with many costly requests delays the others by that much and not by all of them.
+/// Each client has one turn in a pass (see `CJsonRpcInput`), so that one with many costly requests delays the
+/// others by that much and not by all of them. A client whose request is answered later (`Defer`) waits, and
+/// nothing behind that request is run before; one that ends its connection meanwhile is purged.
 ///
 /// A method or a notification may close any client, the one that is being served included.
-class CJsonRpcTcpServer : public Json::Rpc::Server
+class CJsonRpcTcpServer : public Json::Rpc::Server, private CJsonRpcInput::IOutput
 {
 public:
     using ClientList = std::list<std::unique_ptr<SJsonRpcClient>>; ///< in order of arrival
@@ -44,15 +43,16 @@ public:
     struct SLimits
     {
         std::size_t mMaxClients = SIZE_MAX; ///< connections above it are closed at once
-        /// Received and unsent bytes of all clients; above it the greediest is purged.
+        /// Received and unsent bytes of all clients, and what their unfinished messages weigh; above it the
+        /// greediest is purged.
         std::size_t mMaxPendingBytes = std::size_t{64} << 20;
         std::size_t mMaxClientsPerPeer = SIZE_MAX; ///< connections of one address, above 0; as `mMaxClients`
     };
 
-    static constexpr std::size_t kMaxPending = 500000; ///< bytes of one message that is not whole
-    static constexpr std::size_t kMaxOutput = std::size_t{4} << 20; ///< bytes that wait for one client
+    static constexpr std::size_t kMaxPending = CJsonRpcInput::kMaxPending; ///< bytes
+    static constexpr std::size_t kMaxOutput = std::size_t{4} << 20;        ///< bytes that wait for one client
     static constexpr unsigned kPeerTimeoutMs = 60000;
-    static constexpr std::chrono::microseconds kQuantum{1000}; ///< of a client in one pass
+    static constexpr std::chrono::microseconds kQuantum = CJsonRpcInput::kQuantum;
 
     /// @param address  IPv4 address to bind to, see `Bind`
     /// @param port     0 takes a free one
@@ -78,6 +78,8 @@ public:
     bool IsClientConnected(unsigned id) const noexcept;
     bool SetClientAccessLevel(unsigned id, EAccessLevel level);    ///< false for an unknown id
     EAccessLevel GetClientAccessLevel(unsigned id) const noexcept; ///< 1 for an unknown id
+    /// The IPv4 address of a client, for example 10.1.2.3; empty for an unknown id.
+    std::string GetClientAddress(unsigned id) const;
     std::size_t GetClientCount() const noexcept { return mClients.size(); }
 
     void ForceClose(unsigned id); ///< closes and removes one client at once; an unknown id does nothing
@@ -136,17 +138,13 @@ private:
     bool Admits(std::uint32_t peer);
     void AddClient(CDescriptor socket, std::uint32_t peer);
     void ForgetPeer(std::uint32_t peer);
-    void ServeClient(const CSelectWrapper::SReady& ready);
-    void ServeBacklog(std::uint64_t firstTag, std::uint64_t endTag);
-    void TakeInput(SJsonRpcClient& client, std::size_t size);
-    const char* RunMessages(SJsonRpcClient& client, const char* begin, const char* end);
-    void TakeMessage(SJsonRpcClient& client, const char* begin, const char* nul);
-    void KeepPending(SJsonRpcClient& client, const char* begin, const char* end);
-    void HoldBack(SJsonRpcClient& client, const char* begin, const char* end);
-    void GoOn(SJsonRpcClient& client);
-    void ReadAgain(SJsonRpcClient& client);
-    void RunMessage(SJsonRpcClient& client, const char* begin, const char* end);
-    void AppendReply(SJsonRpcClient& client, const Json::Value& response);
+    void ServeClient(std::uint32_t id, const CSelectWrapper::SReady& ready);
+    void ServeHeldBack(std::uint32_t firstId, std::uint32_t endId);
+    void AppendReply(SJsonRpcClient& client, const Json::Value& response) override;
+    void WatchInput(SJsonRpcClient& client, bool watch) override;
+    void EndTurn(SJsonRpcClient& client) override;
+    void LoseInput(SJsonRpcClient& client) override;
+    void RefuseInput(SJsonRpcClient& client) override;
     void Flush(SJsonRpcClient& client);
     void Watch(SJsonRpcClient& client, bool read, bool write);
     void FailOutput(SJsonRpcClient& client, int error);
@@ -162,9 +160,9 @@ private:
     void LogReplyFailure(const SJsonRpcClient& client, int error) const;
 
     ILog& mLog;
+    CJsonRpcInput mInput; // before the clients: what of theirs is answered later may tell it of the answer
     ClientList mClients;
     std::unordered_map<std::uint32_t, ClientList::iterator> mClientsById;
-    std::set<std::uint64_t> mBacklog;  // tags; their input was held back and goes on in the next pass
     std::vector<std::uint32_t> mPurge; // ids
     ClientList mRemoved;               // still held by a walk
     unsigned mWalks = 0;
@@ -188,5 +186,4 @@ private:
     std::size_t mPendingBytes = 0;
     std::map<unsigned, ClientGoneObserver> mGoneObservers;
     unsigned mNextObserver = 1;
-    std::array<char, 4096> mBuffer; // shared by all clients: what stays is copied to the client
 };

@@ -2,10 +2,12 @@
 #pragma once
 
 #include "software/include/EAccessLevel.h"
+#include "software/jsonrpc/Exchange.h"
 #include "software/utility/CDescriptor.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 /// What the server knows of a connected client. Closes the socket when it goes.
@@ -19,6 +21,9 @@ struct SJsonRpcClient
     /// Bytes since the last NUL, not yet a whole message. While the input is held back, all that was read
     /// behind the message that ran last, less than one read.
     std::string mPending;
+    /// The message that was begun and is not at its end; nothing behind it is run, and nothing read, until it
+    /// is. Null otherwise.
+    std::unique_ptr<Json::Rpc::Exchange> mExchange;
     CDescriptor mSocket;                     ///< closed as soon as the client is removed from the list
     const std::uint32_t mId;                 ///< 1 to `kMaxId`
     const std::string mName;                 ///< address-port, for example 10.1.2.3-51234

@@ -1,8 +1,6 @@
 // The rule: nothing up to a starting temperature, then in proportion, up to what the mode allows.
 #include "software/bp/hwlogic/CFanControl.h"
 
-#include "software/bp/hwlogic/ICoolingBoard.h"
-
 #include <algorithm>
 #include <cmath>
 #include <iterator>
@@ -37,7 +35,11 @@ double CFanControl::DemandAt(EMode mode, double celsius) noexcept
 void CFanControl::Update()
 {
     for (const EThermalZone zone : kZones)
-        mBoard.SetFanDemand(zone, DemandAt(mMode, mBoard.GetTemperature(zone)));
+    {
+        double& demand = mDemands[static_cast<std::size_t>(zone)];
+        demand = DemandAt(mMode, mBoard.GetTemperature(zone));
+        mBoard.SetFanDemand(zone, demand);
+    }
 }
 
 bool CFanControl::ApplyValue(const std::string&, int value)

@@ -1,9 +1,10 @@
 // Turns temperatures into fan speeds.
 #pragma once
 
+#include "software/bp/hwlogic/ICoolingBoard.h"
 #include "software/bp/serial/IControlProxy.h"
 
-class ICoolingBoard;
+#include <array>
 
 /// One proportional rule a zone, chosen by the thermal mode; it is also the proxy of the control that chooses
 /// the mode. A zone whose sensor gives no number is cooled at full speed. The board is not owned and must
@@ -25,6 +26,9 @@ public:
 
     void Update(); ///< one step: reads every sensor and sets every fan
 
+    /// What the zone's fan was told last, 0 to 1.
+    double GetDemand(EThermalZone zone) const noexcept { return mDemands[static_cast<std::size_t>(zone)]; }
+
     static double DemandAt(EMode mode, double celsius) noexcept; ///< 0 to 1
 
     bool ApplyValue(const std::string& code, int value) override; ///< false for a mode that does not exist
@@ -33,4 +37,5 @@ public:
 private:
     ICoolingBoard& mBoard;
     EMode mMode = eModeDefault;
+    std::array<double, kThermalZones> mDemands{};
 };

@@ -54,6 +54,16 @@ void CLightDerating::Advance(std::chrono::milliseconds elapsed)
         Raise(*light, std::min(ceiling + step, light->GetMaxValue()));
 }
 
+int CLightDerating::GetWanted(const CProjCon& light) const noexcept
+{
+    return IsHeldDown(light) ? mWanted : light.GetValue();
+}
+
+bool CLightDerating::IsHeldDown(const CProjCon& light) const noexcept
+{
+    return mDerated && light.GetValue() == light.GetSoftMaxValue() && mWanted > light.GetValue();
+}
+
 void CLightDerating::Lower(CProjCon& light, int softMaximum)
 {
     if (!mDerated || light.GetValue() != light.GetSoftMaxValue())
@@ -68,7 +78,7 @@ void CLightDerating::Lower(CProjCon& light, int softMaximum)
 
 void CLightDerating::Raise(CProjCon& light, int softMaximum)
 {
-    const bool stillHeldDown = light.GetValue() == light.GetSoftMaxValue() && mWanted > light.GetValue();
+    const bool stillHeldDown = IsHeldDown(light);
     mDerated = softMaximum < light.GetMaxValue();
     mSinceStep = std::chrono::milliseconds(0);
     SetSoftMaximum(light, softMaximum);

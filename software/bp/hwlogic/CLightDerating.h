@@ -21,6 +21,11 @@ public:
 
     void Advance(std::chrono::milliseconds elapsed); ///< time since the last call
 
+    /// The output that somebody chose, which is above the present one while it is held down: what a restart
+    /// shall find.
+    /// @param light  the control of the light output
+    int GetWanted(const CProjCon& light) const noexcept;
+
     static constexpr double kLimit = 70.0;                        ///< °C, above it the light comes down
     static constexpr double kRelease = 65.0;                      ///< °C, below it the light comes back
     static constexpr double kStepFraction = 0.05;                 ///< of the control's range
@@ -28,6 +33,7 @@ public:
     static constexpr std::chrono::milliseconds kStepPeriod{2000}; ///< one step in this time
 
 private:
+    bool IsHeldDown(const CProjCon& light) const noexcept;
     void Lower(CProjCon& light, int softMaximum);
     void Raise(CProjCon& light, int softMaximum);
 

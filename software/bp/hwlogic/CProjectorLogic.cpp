@@ -3,6 +3,7 @@
 
 #include "software/bp/hwlogic/ICoolingBoard.h"
 #include "software/bp/hwlogic/ILensMotor.h"
+#include "software/bp/serial/CProjCon.h"
 
 namespace
 {
@@ -10,9 +11,14 @@ struct SLensCodes
 {
     const char* mTarget;   // where the axis shall go
     const char* mPosition; // where it is
+    const char* mName;     // for people
 };
 
-constexpr SLensCodes kLensCodes[kLensAxes] = {{"LNH", "LPH"}, {"LNV", "LPV"}, {"LNF", "LPF"}, {"LNZ", "LPZ"}};
+constexpr SLensCodes kLensCodes[kLensAxes] = {{"LNH", "LPH", "Horizontal shift"},
+                                              {"LNV", "LPV", "Vertical shift"},
+                                              {"LNF", "LPF", "Focus"},
+                                              {"LNZ", "LPZ", "Zoom"}};
+constexpr char kLightCode[] = "LUM";
 
 struct SZoneCodes
 {
@@ -28,21 +34,24 @@ constexpr SZoneCodes kZoneCodes[kThermalZones] = {
 };
 } // namespace
 
-CProjectorLogic::CProjectorLogic(CEventDispatcher& dispatcher, const SProjectorHardware& hardware, ILog& log)
+CProjectorLogic::CProjectorLogic(CEventDispatcher& dispatcher, const SProjectorHardware& hardware,
+                                 CStatusDb& status, ILog& log)
     : mBoard(hardware.mBoard)
     , mLens{CLensAxisProxy(dispatcher, *hardware.mLens[0]), CLensAxisProxy(dispatcher, *hardware.mLens[1]),
             CLensAxisProxy(dispatcher, *hardware.mLens[2]), CLensAxisProxy(dispatcher, *hardware.mLens[3])}
     , mLensHome(dispatcher)
     , mReset(dispatcher, log)
     , mFans(hardware.mCooling)
-    , mDerating(dispatcher, "LUM", hardware.mCooling, log)
+    , mDerating(dispatcher, kLightCode, hardware.mCooling, log)
     , mHours(dispatcher, "OPH", "PWR")
     , mLensReadouts(dispatcher)
     , mThermalReadouts(dispatcher)
+    , mMonitor(status, dispatcher, hardware.mCooling, mFans)
     , mProxies{{"DAT", &mDate}, {"TIM", &mTime}, {"TCM", &mFans}, {"LHM", &mLensHome}, {"RST", &mReset}}
 {
     BindLens(hardware);
     BindReadouts(hardware.mCooling);
+    mMonitor.Update(std::chrono::milliseconds(0)); // nobody finds an item without a value
 }
 
 void CProjectorLogic::BindLens(const SProjectorHardware& hardware)
@@ -53,6 +62,7 @@ void CProjectorLogic::BindLens(const SProjectorHardware& hardware)
         mProxies.emplace(kLensCodes[axis].mTarget, &mLens[axis]);
         mLensHome.AddAxis(kLensCodes[axis].mTarget, motor);
         mLensReadouts.Add(kLensCodes[axis].mPosition, [&motor] { return motor.GetPosition(); });
+        mMonitor.AddAxis(kLensCodes[axis].mName, kLensCodes[axis].mTarget, motor);
     }
 }
 
@@ -76,6 +86,11 @@ IControlProxy& CProjectorLogic::GetProxy(std::string_view code) noexcept
     return mPassive;
 }
 
+int CProjectorLogic::GetLastingValue(const CProjCon& control) const
+{
+    return control.GetCode() == kLightCode ? mDerating.GetWanted(control) : control.GetValue();
+}
+
 void CProjectorLogic::Advance(std::chrono::milliseconds elapsed)
 {
     mFans.Update();
@@ -86,6 +101,7 @@ void CProjectorLogic::Advance(std::chrono::milliseconds elapsed)
     mSinceReadout += elapsed;
     if (mSinceReadout < kReadoutPeriod)
         return;
-    mSinceReadout = std::chrono::milliseconds(0);
     mThermalReadouts.Update();
+    mMonitor.Update(mSinceReadout);
+    mSinceReadout = std::chrono::milliseconds(0);
 }

@@ -11,6 +11,7 @@
 #include "software/bp/hwlogic/CPassiveProxy.h"
 #include "software/bp/hwlogic/CReadouts.h"
 #include "software/bp/hwlogic/CResetAction.h"
+#include "software/bp/hwlogic/CStatusMonitor.h"
 
 #include <array>
 #include <chrono>
@@ -19,6 +20,8 @@
 #include <string_view>
 
 class CEventDispatcher;
+class CProjCon;
+class CStatusDb;
 class ICoolingBoard;
 class ILensMotor;
 class ILog;
@@ -35,18 +38,23 @@ struct SProjectorHardware
 };
 
 /// Owns the proxies of all controls and the slow workings behind them. It comes before the controls and
-/// outlives them; dispatcher, hardware and log outlive it. Used from the loop's thread.
+/// outlives them; dispatcher, hardware, status and log outlive it. Used from the loop's thread.
 class CProjectorLogic
 {
 public:
-    CProjectorLogic(CEventDispatcher& dispatcher, const SProjectorHardware& hardware, ILog& log);
+    CProjectorLogic(CEventDispatcher& dispatcher, const SProjectorHardware& hardware, CStatusDb& status,
+                    ILog& log);
     CProjectorLogic(const CProjectorLogic&) = delete;
     CProjectorLogic& operator=(const CProjectorLogic&) = delete;
 
     /// The hardware side of a control; a code that no hardware stands behind has one that takes everything.
     IControlProxy& GetProxy(std::string_view code) noexcept;
 
-    /// Runs fans, light limit, counters and read-outs; to be called every few ten milliseconds.
+    /// The number that a restart shall find in a control: what somebody chose, also while the projector holds
+    /// it down by itself.
+    int GetLastingValue(const CProjCon& control) const;
+
+    /// Runs fans, light limit, counters, read-outs and status; to be called every few ten milliseconds.
     /// @param elapsed  time since the last call
     void Advance(std::chrono::milliseconds elapsed);
 
@@ -70,6 +78,7 @@ private:
     COperatingHours mHours;
     CReadouts mLensReadouts;
     CReadouts mThermalReadouts;
+    CStatusMonitor mMonitor;
     std::chrono::milliseconds mSinceReadout{0};
     std::map<std::string, IControlProxy*, std::less<>> mProxies; // those outside the board's table, by code
 };

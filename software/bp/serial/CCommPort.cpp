@@ -28,7 +28,9 @@ CDescriptor OpenDevice(const std::string& device, unsigned baud)
         throw CException(__func__, kSource, __LINE__, true, "Unable to open serial port %s", device.c_str());
     if (::isatty(port.Get()) == 0)
         throw CException(__func__, kSource, __LINE__, true, "%s is no serial port", device.c_str());
-    if (!NTerminal::SetRaw(port.Get(), speed) || ::ioctl(port.Get(), TIOCEXCL) != 0)
+    // Two that read from one wire would each get half; the side of a pseudo-terminal is a wire of its own.
+    const bool isWire = !NTerminal::IsPseudo(port.Get());
+    if (!NTerminal::SetRaw(port.Get(), speed) || (isWire && ::ioctl(port.Get(), TIOCEXCL) != 0))
         throw CException(__func__, kSource, __LINE__, true, "Unable to set up serial port %s",
                          device.c_str());
     ::tcflush(port.Get(), TCIFLUSH); // what came in at another speed
@@ -77,6 +79,11 @@ bool CCommPort::WriteChar(char c)
 {
     const auto byte = static_cast<unsigned char>(c);
     return Write(&byte, 1);
+}
+
+void CCommPort::DropOutput() noexcept
+{
+    mOutput.clear();
 }
 
 void CCommPort::Flush()

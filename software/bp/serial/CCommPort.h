@@ -16,7 +16,8 @@ public:
     static constexpr std::size_t kMaxOutput =
         std::size_t{64} * 1024; ///< bytes kept for a port that takes none
 
-    /// Opens a terminal device: raw, 8 data bits, no parity, one stop bit, no flow control, for us alone.
+    /// Opens a terminal device: raw, 8 data bits, no parity, one stop bit, no flow control; real hardware for
+    /// us alone.
     /// @throws CException "Unsupported baud rate %u", "Unable to open serial port %s",
     ///                    "%s is no serial port", "Unable to set up serial port %s"
     explicit CCommPort(const std::string& device, unsigned baud = kDefaultBaud);
@@ -37,6 +38,12 @@ public:
     /// Writes what waits, as far as the port takes it. @throws CException as `Write`
     void Flush();
 
+    /// Whether the descriptor is worth waiting for: a line that nobody holds may seem ready for ever.
+    virtual bool IsConnected() const noexcept { return true; }
+    /// Readable when somebody came to the other end or left; -1 for a port that can not tell.
+    virtual int GetPeerDescriptor() const noexcept { return -1; }
+    virtual void LookForPeer() {} ///< looks whether there is somebody
+
     const std::string& GetName() const noexcept { return mName; }    ///< the device
     int GetDescriptor() const noexcept { return mDescriptor.Get(); } ///< for waiting
     /// One bit, for sets of ports; 0 until the handler has given it one.
@@ -46,6 +53,7 @@ public:
 protected:
     /// Over something that is open already and does not block.
     CCommPort(std::string name, CDescriptor descriptor);
+    void DropOutput() noexcept; ///< drops what waits
 
 private:
     std::string mName;

@@ -1,20 +1,19 @@
-// The exchange with its retries, and the typed operations on top of it.
+// The typed operations, and the registrations that a link makes.
 #include "software/bp/serial/CEventLink.h"
 
 #include "software/bp/serial/CIpcSocketClient.h"
 #include "software/bp/serial/NIpcMsgUtil.h"
+#include "software/bp/serial/NStatusMessages.h"
+#include "software/bp/status/CStatusDb.h"
 #include "software/include/ILog.h"
 #include "software/utility/CIpcMessage.h"
 #include "software/utility/NUtf8.h"
 
-#include <chrono>
 #include <exception>
-#include <thread>
 #include <utility>
 
 namespace
 {
-constexpr unsigned kLastDoubledSeconds = 7;      // an interval above this was the last one
 constexpr unsigned short kCodesPerMessage = 100; // what surely fits beside an address
 constexpr unsigned kFarewellMs = 100;
 
@@ -33,11 +32,6 @@ CIpcMessage MakeUnregisterAll(const std::string& address)
     message.AddArg(1, NIpcMsgUtil::kEveryCode, eIpcUnregister);
     return message;
 }
-
-void SleepSeconds(unsigned seconds)
-{
-    std::this_thread::sleep_for(std::chrono::seconds(seconds));
-}
 } // namespace
 
 CEventLink::CEventLink(ILog& log, const char* uniqueName, const std::string& runDirectory)
@@ -46,9 +40,7 @@ CEventLink::CEventLink(ILog& log, const char* uniqueName, const std::string& run
 }
 
 CEventLink::CEventLink(ILog& log, std::unique_ptr<IIpcClient> client)
-    : mLog(log)
-    , mClient(std::move(client))
-    , mSleep(SleepSeconds)
+    : CRetryingLink(log, std::move(client))
 {
 }
 
@@ -59,150 +51,13 @@ CEventLink::~CEventLink()
         return;
     try
     {
-        CIpcMessage farewell = MakeUnregisterAll(mClient->GetNotifyAddress());
-        mClient->Send(farewell, kFarewellMs);
+        CIpcMessage farewell = MakeUnregisterAll(GetClient().GetNotifyAddress());
+        GetClient().Send(farewell, kFarewellMs);
     }
     catch (const std::exception& e)
     {
-        mLog.LogDebug("%s not unregistered: %s", mClient->GetNotifyAddress().c_str(), e.what());
+        GetLog().LogDebug("%s not unregistered: %s", GetClient().GetNotifyAddress().c_str(), e.what());
     }
-}
-
-void CEventLink::InitializeLink()
-{
-    SetInitialized();
-}
-
-void CEventLink::SetRetryMode(ERetryMode mode, unsigned initialSeconds) noexcept
-{
-    mRetryMode = mode;
-    mInitialRetrySeconds = initialSeconds;
-}
-
-void CEventLink::SetSleep(std::function<void(unsigned)> sleep)
-{
-    mSleep = std::move(sleep);
-}
-
-// --- Messages ----------------------------------------------------------------------------------------------
-
-EError CEventLink::SendCommand(int accessGroup, CIpcMessage& command, CIpcMessage& reply, unsigned timeoutMs)
-{
-    command.SetFlag(eFlagRequest, false);
-    return Transact("SendCommand", accessGroup, command, timeoutMs, nullptr, reply);
-}
-
-EError CEventLink::SendRequest(int accessGroup, CIpcMessage& request, std::list<CIpcMessage>& replies,
-                               unsigned timeoutMs)
-{
-    request.SetFlag(eFlagRequest);
-    CIpcMessage last;
-    return Transact("SendRequest", accessGroup, request, timeoutMs, &replies, last);
-}
-
-EError CEventLink::Transact(const char* function, int accessGroup, CIpcMessage& message, unsigned timeoutMs,
-                            std::list<CIpcMessage>* replies, CIpcMessage& last)
-{
-    message.SetFlag(eFlagReplyWanted, timeoutMs != 0);
-    const EError refusal = AddAccessGroup(message, accessGroup);
-    if (refusal != eErrorNone)
-        return refusal;
-
-    unsigned seconds = mInitialRetrySeconds;
-    EError error = eErrorNone;
-    do
-    {
-        if (replies != nullptr)
-            replies->clear();
-        error = Attempt(function, message, timeoutMs, replies, last);
-    } while (error != eErrorNone && CheckForRetryAndSleep(function, error, message, seconds));
-
-    if (accessGroup != kNoAccessGroup)
-        message.RemoveArg(eIpcArgAccessGroup);
-    if (error == eErrorNone && mLog.IsEnabled(ELogLevel::Debug))
-        mLog.LogDebug("%s successful, returned:%d, %s+%s", function, static_cast<int>(error),
-                      message.GetCode().c_str(), message.GetSubCode().c_str());
-    return error;
-}
-
-// Also finds out what no attempt could send.
-EError CEventLink::AddAccessGroup(CIpcMessage& message, int accessGroup)
-{
-    if (accessGroup != kNoAccessGroup)
-    {
-        if (message.GetNumArgs() >= CIpcMessage::kMaxArgs)
-            return eErrorTooManyParameters;
-        message.AddArg(eIpcArgAccessGroup, accessGroup);
-    }
-    unsigned char* bytes = nullptr;
-    if (message.SerializeMessage(bytes) <= CIpcMessage::kMaxSize)
-        return eErrorNone;
-    if (accessGroup != kNoAccessGroup)
-        message.RemoveArg(eIpcArgAccessGroup);
-    return eErrorExceededListSize;
-}
-
-EError CEventLink::Attempt(const char* function, CIpcMessage& message, unsigned timeoutMs,
-                           std::list<CIpcMessage>* replies, CIpcMessage& last)
-{
-    try
-    {
-        if (!mInitialized)
-            InitializeLink();
-        return mInitialized ? Exchange(message, timeoutMs, replies, last) : eErrorCommunications;
-    }
-    catch (const std::exception& e)
-    {
-        mLog.LogError("%s Transmit failed: %s", function, e.what());
-        return eErrorCommunications;
-    }
-}
-
-EError CEventLink::Exchange(CIpcMessage& message, unsigned timeoutMs, std::list<CIpcMessage>* replies,
-                            CIpcMessage& last)
-{
-    const bool sent = mClient->Send(message, timeoutMs);
-    if (timeoutMs == 0)
-    {
-        if (message.HasFlag(eFlagRequest))
-            mClient->Disconnect(); // its replies come all the same, and would answer the next message
-        return sent ? eErrorNone : eErrorTimeout;
-    }
-    for (bool more = sent; more;)
-    {
-        if (!mClient->Receive(last, timeoutMs))
-            break;
-        more = last.HasFlag(eFlagMoreFollows);
-        last.SetFlag(eFlagMoreFollows, false);
-        if (replies != nullptr)
-            replies->push_back(last);
-        const EError error = NIpcMsgUtil::GetError(last);
-        if (error != eErrorNone && more)
-            mClient->Disconnect(); // nobody takes what follows
-        if (error != eErrorNone || !more)
-            return error;
-    }
-    mClient->Disconnect(); // a late reply would answer the next message
-    return eErrorTimeout;
-}
-
-// The mode alone decides, whatever the error.
-bool CEventLink::CheckForRetryAndSleep(const char* function, EError error, const CIpcMessage& message,
-                                       unsigned& seconds)
-{
-    if (mRetryMode == eRetryNone || mClient->IsLocal())
-        return false;
-    if (mRetryMode == eRetryDoubling)
-    {
-        if (seconds > kLastDoubledSeconds)
-            return false;
-        seconds *= 2;
-    }
-    mLog.LogWarning("%s busy or not responding (%d). Retrying after %ds, %s+%s", function,
-                    static_cast<int>(error), static_cast<int>(seconds), message.GetCode().c_str(),
-                    message.GetSubCode().c_str());
-    mSleep(seconds);
-    return true;
 }
 
 // --- Typed operations --------------------------------------------------------------------------------------
@@ -260,6 +115,53 @@ EError CEventLink::SetValue(int accessGroup, const std::string& code, int value)
     return SendCommand(accessGroup, command, reply, mTimeoutMs);
 }
 
+// --- Status ------------------------------------------------------------------------------------------------
+
+EError CEventLink::RequestStatus(int accessGroup, CIpcMessage&& request, std::vector<SStatus>& items)
+{
+    items.clear();
+    std::list<CIpcMessage> replies;
+    const EError error = SendRequest(accessGroup, request, replies, mTimeoutMs);
+    if (error != eErrorNone)
+        return error;
+    for (const CIpcMessage& reply : replies)
+        if (SStatus item; NStatusMessages::ReadItem(reply, item))
+            items.push_back(std::move(item));
+    return eErrorNone;
+}
+
+EError CEventLink::GetStatus(int accessGroup, std::vector<SStatusGroup>& groups)
+{
+    groups.clear();
+    std::vector<SStatus> items;
+    const EError error =
+        RequestStatus(accessGroup, NStatusMessages::MakeRequest(CStatusDb::kSummaryName), items);
+    for (SStatus& item : items)
+        groups.push_back({item.mGroup, item.mGroup, item.mStatus, std::move(item.mValue)});
+    return error;
+}
+
+EError CEventLink::GetStatus(int accessGroup, const std::string& group, int index, SStatus& item)
+{
+    std::vector<SStatus> items;
+    const EError error = RequestStatus(accessGroup, NStatusMessages::MakeRequest(group, &index), items);
+    if (error == eErrorNone && items.empty())
+        return eErrorUnknownRequest;
+    if (error == eErrorNone)
+        item = std::move(items.front());
+    return error;
+}
+
+EError CEventLink::GetStatusGroup(int accessGroup, const std::string& group, std::vector<SStatus>& items)
+{
+    return RequestStatus(accessGroup, NStatusMessages::MakeRequest(group), items);
+}
+
+EError CEventLink::GetGlobalAlerts(int accessGroup, std::vector<SStatus>& alarms)
+{
+    return RequestStatus(accessGroup, NStatusMessages::MakeRequest(CStatusDb::kAlarmsName), alarms);
+}
+
 // --- Notifications -----------------------------------------------------------------------------------------
 
 EError CEventLink::NotifyRegister(int accessGroup, const std::string& code, bool sendNow)
@@ -289,13 +191,34 @@ EError CEventLink::NotifyUnregisterAll(const std::string& address)
 {
     CIpcMessage message = MakeUnregisterAll(address);
     CIpcMessage reply;
-    return SendCommand(kNoAccessGroup, message, reply, mTimeoutMs);
+    const EError error = SendCommand(kNoAccessGroup, message, reply, mTimeoutMs);
+    if (error == eErrorNone && address == GetNotifySocketName())
+        mRegistrations.clear();
+    return error;
+}
+
+// All of them first end, in case that a part is there: after a try that failed half-way, or without a loss.
+EError CEventLink::NotifyRenew()
+{
+    if (!OpenNotify())
+        return eErrorCommunications;
+    const Registrations wanted = mRegistrations;
+    EError error = NotifyUnregisterAll(GetNotifySocketName());
+    for (auto next = wanted.begin(); next != wanted.end() && error == eErrorNone; ++next)
+    {
+        std::list<SControlSet> controls(next->second.mCount, {next->first});
+        controls.front().mSendNow = true;
+        error = SendRegistrations(next->second.mAccessGroup, controls, true);
+    }
+    mRegistrations = wanted;
+    return error;
 }
 
 EError CEventLink::SendRegistrations(int accessGroup, const std::list<SControlSet>& controls, bool registers)
 {
     for (auto next = controls.begin(); next != controls.end();)
     {
+        const auto first = next;
         CIpcMessage message = MakeRegistration(GetNotifySocketName());
         for (unsigned short key = 1; key <= kCodesPerMessage && next != controls.end(); ++key, ++next)
         {
@@ -309,45 +232,64 @@ EError CEventLink::SendRegistrations(int accessGroup, const std::list<SControlSe
         const EError error = SendCommand(accessGroup, message, reply, mTimeoutMs);
         if (error != eErrorNone)
             return error;
+        for (auto sent = first; sent != next; ++sent)
+            Remember(accessGroup, sent->mCode, registers);
     }
     return eErrorNone;
+}
+
+void CEventLink::Remember(int accessGroup, const std::string& code, bool registers)
+{
+    if (registers)
+    {
+        SRegistered& registered = mRegistrations.try_emplace(code, SRegistered{accessGroup, 0}).first->second;
+        registered = {accessGroup, registered.mCount + 1};
+        return;
+    }
+    const auto found = mRegistrations.find(code);
+    if (found != mRegistrations.end() && --found->second.mCount == 0)
+        mRegistrations.erase(found);
 }
 
 bool CEventLink::OpenNotify()
 {
     try
     {
-        mClient->OpenNotify();
+        if (GetClient().OpenNotify())
+            GetLog().LogWarning("Notification socket %s had vanished; made again",
+                                GetNotifySocketName().c_str());
+        mNotifyFails = false;
         return true;
     }
     catch (const std::exception& e)
     {
-        mLog.LogError("%s", e.what());
+        if (!std::exchange(mNotifyFails, true))
+            GetLog().LogError("%s", e.what());
         return false;
     }
 }
 
 void CEventLink::ProcessNotify(std::list<CIpcMessage>& notifications)
 {
-    mClient->ProcessNotify(notifications);
+    GetClient().ProcessNotify(notifications);
 }
 
 void CEventLink::SetNotifyHandler(IIpcClient::NotifyHandler handler)
 {
-    mClient->SetNotifyHandler(std::move(handler));
+    GetClient().SetNotifyHandler(std::move(handler));
 }
 
 int CEventLink::GetNotifyDescriptor()
 {
-    return OpenNotify() ? mClient->GetNotifyDescriptor() : -1;
+    return OpenNotify() ? GetClient().GetNotifyDescriptor() : -1;
 }
 
 const std::string& CEventLink::GetNotifySocketName() const noexcept
 {
-    return mClient->GetNotifyAddress();
+    return GetClient().GetNotifyAddress();
 }
 
 bool CEventLink::IsNotifyLost() const noexcept
 {
-    return mClient->IsNotifyLost();
+    return GetClient().IsNotifyLost();
 }

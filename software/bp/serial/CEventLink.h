@@ -1,14 +1,17 @@
 // A client's link to the control process.
 #pragma once
 
+#include "software/bp/serial/CRetryingLink.h"
 #include "software/bp/serial/IIpcClient.h"
 #include "software/bp/serial/NIpcSocket.h"
+#include "software/bp/status/SStatus.h"
 #include "software/include/EError.h"
 
-#include <functional>
 #include <list>
+#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 class CIpcMessage;
 class ILog;
@@ -20,22 +23,11 @@ struct SControlSet
     bool mSendNow = false; ///< registering: its state is sent at once
 };
 
-enum ERetryMode : unsigned
-{
-    eRetryNone = 0,
-    eRetryFixed = 1,    ///< without end, after the same interval every time
-    eRetryDoubling = 2, ///< three times: the interval is doubled before each sleep, until it is above 7 s
-};
-
-/// Sends commands and requests to the process that owns the controls, and receives notifications. A call
-/// blocks its thread for its time-out and for the sleeps between retries; nothing is thrown, every failure is
-/// an `EError`. One thread uses a link.
-///
-/// @param accessGroup  everywhere: the level of whoever is asking, `kNoAccessGroup` for the controller itself
-class CEventLink
+/// What a client of the control process needs: the messages of `CRetryingLink`, typed operations built on
+/// them, and notifications.
+class CEventLink : public CRetryingLink
 {
 public:
-    static constexpr int kNoAccessGroup = -1;
     static constexpr unsigned kDefaultTimeoutMs = 2000; ///< of the typed operations
 
     /// A link over sockets. The connection is made with the first message.
@@ -49,22 +41,7 @@ public:
     CEventLink(ILog& log, std::unique_ptr<IIpcClient> client);
     CEventLink(const CEventLink&) = delete;
     CEventLink& operator=(const CEventLink&) = delete;
-    virtual ~CEventLink(); ///< ends its registrations
-
-    /// Called before the first message, and before each further one until it has called `SetInitialized`.
-    /// A derived link that can not get ready leaves it out: the message then fails with error 111.
-    virtual void InitializeLink();
-
-    /// Sends a command and waits for its reply.
-    /// @param command    its argument 231 and its flags for "request" and "reply wanted" are the link's
-    /// @param reply      the last reply; on a failure that the control process answered, its error message
-    /// @param timeoutMs  longest wait for each reply; 0 sends one-way, without waiting
-    /// @returns 0, the error of the reply, 110 when the time ran out, 111 when there is no way there; without
-    ///          sending 4 or 107 when the message has too many arguments or is too large
-    EError SendCommand(int accessGroup, CIpcMessage& command, CIpcMessage& reply, unsigned timeoutMs);
-    /// The same for a request, whose replies may be many; an error message is among them.
-    EError SendRequest(int accessGroup, CIpcMessage& request, std::list<CIpcMessage>& replies,
-                       unsigned timeoutMs);
+    ~CEventLink() override; ///< ends its registrations
 
     // Typed operations. A code that is none, or that no message can carry, is error 101.
 
@@ -75,6 +52,15 @@ public:
     EError GetValue(int accessGroup, const std::string& code, int& value); ///< 103: it is a text
     EError SetValue(int accessGroup, const std::string& code, int value);
 
+    // Status. An unknown group or item, and a process without a status database, are error 9 and 101; each
+    // list is replaced, also on a failure.
+
+    EError GetStatus(int accessGroup, std::vector<SStatusGroup>& groups); ///< with the worst status of each
+    EError GetStatus(int accessGroup, const std::string& group, int index, SStatus& item);
+    EError GetStatusGroup(int accessGroup, const std::string& group,
+                          std::vector<SStatus>& items);                    ///< in display order
+    EError GetGlobalAlerts(int accessGroup, std::vector<SStatus>& alarms); ///< active, the worst first
+
     /// Registrations are counted: each takes an unregistration of its own. One message is all or nothing; a
     /// list of more than 100 codes is sent as several, and ends at the first that is refused. A protected
     /// control is left out for a caller without the level.
@@ -83,6 +69,9 @@ public:
     EError NotifyUnregister(int accessGroup, const std::string& code);
     EError NotifyUnregister(int accessGroup, const std::list<SControlSet>& controls);
     EError NotifyUnregisterAll(const std::string& address); ///< every registration of a notification address
+    /// Makes all registrations of this link again, with the present state of each as the first notification:
+    /// for after `IsNotifyLost`. It can be tried again until it succeeds.
+    EError NotifyRenew();
     /// Appends the notifications that have arrived, without waiting.
     void ProcessNotify(std::list<CIpcMessage>& notifications);
     /// Takes notifications instead of `ProcessNotify`'s list: on a link inside the control process at the
@@ -93,40 +82,29 @@ public:
     /// when it can not be opened, and inside the control process.
     int GetNotifyDescriptor();
     const std::string& GetNotifySocketName() const noexcept; ///< the address that is registered
-    /// Whether the control process had connected to notify this link and is gone: the registrations have to
-    /// be made again. Up to date after `ProcessNotify`.
+    /// Whether the control process had connected to notify this link and is gone, its registrations with it.
+    /// Up to date after `ProcessNotify`.
     bool IsNotifyLost() const noexcept;
 
     void SetTimeout(unsigned timeoutMs) noexcept { mTimeoutMs = timeoutMs; } ///< of the typed operations
-    /// @param initialSeconds  the interval that a call starts with
-    void SetRetryMode(ERetryMode mode, unsigned initialSeconds = kInitialRetrySeconds) noexcept;
-    void SetSleep(std::function<void(unsigned seconds)> sleep); ///< replaces the sleep between retries
-
-protected:
-    void SetInitialized(bool initialized = true) noexcept { mInitialized = initialized; }
 
 private:
-    static constexpr unsigned kInitialRetrySeconds = 1;
-
-    EError Transact(const char* function, int accessGroup, CIpcMessage& message, unsigned timeoutMs,
-                    std::list<CIpcMessage>* replies, CIpcMessage& last);
-    EError Attempt(const char* function, CIpcMessage& message, unsigned timeoutMs,
-                   std::list<CIpcMessage>* replies, CIpcMessage& last);
-    EError Exchange(CIpcMessage& message, unsigned timeoutMs, std::list<CIpcMessage>* replies,
-                    CIpcMessage& last);
-    static EError AddAccessGroup(CIpcMessage& message, int accessGroup);
-    bool CheckForRetryAndSleep(const char* function, EError error, const CIpcMessage& message,
-                               unsigned& seconds);
     EError Request(int accessGroup, const std::string& code, CIpcMessage& reply);
+    EError RequestStatus(int accessGroup, CIpcMessage&& request, std::vector<SStatus>& items);
     EError SendRegistrations(int accessGroup, const std::list<SControlSet>& controls, bool registers);
     bool OpenNotify();
 
-    ILog& mLog;
-    std::unique_ptr<IIpcClient> mClient; // with the notification server behind it
-    ERetryMode mRetryMode = eRetryNone;
-    unsigned mInitialRetrySeconds = kInitialRetrySeconds;
-    bool mInitialized = false;
-    bool mRegistered = false; // asked for notifications at some time
+    struct SRegistered
+    {
+        int mAccessGroup;
+        unsigned mCount;
+    };
+    using Registrations = std::map<std::string, SRegistered>; // by code
+
+    void Remember(int accessGroup, const std::string& code, bool registers);
+
+    Registrations mRegistrations; // as the control process has them, unless it was lost
+    bool mRegistered = false;     // asked for notifications at some time
+    bool mNotifyFails = false;    // the notification socket can not be made, and that was said
     unsigned mTimeoutMs = kDefaultTimeoutMs;
-    std::function<void(unsigned)> mSleep;
 };

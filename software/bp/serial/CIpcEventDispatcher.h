@@ -1,32 +1,22 @@
 // The server of the local IPC, inside the process that owns the controls.
 #pragma once
 
-#include "software/bp/serial/CIpcConnection.h"
-#include "software/bp/serial/CIpcListener.h"
+#include "software/bp/serial/CIpcClients.h"
 #include "software/bp/serial/CIpcNotifier.h"
+#include "software/bp/serial/CIpcRegistrar.h"
 #include "software/bp/serial/IIpcServer.h"
-#include "software/include/EAccessLevel.h"
-#include "software/include/EError.h"
 #include "software/utility/CIpcMessage.h"
 #include "software/utility/CSelectWrapper.h"
 
-#include <cstdint>
 #include <list>
-#include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
 class CEventDispatcher;
+class CIpcCaller;
 class CProjCon;
+class CStatusDb;
 class ILog;
-
-/// What became of a registration message.
-struct SIpcRegistration
-{
-    EError mError = eErrorNone;
-    std::string mText; ///< of a refusal; starts with "Notification System Error: "
-};
 
 /// Applies commands, answers requests, keeps registrations and sends notifications, for other processes over
 /// Unix sockets and for `CIpcLocalClient` by call. It attaches itself to the dispatcher and takes itself off.
@@ -54,6 +44,10 @@ public:
     /// calls `ProcessEvents` several times a second, for what is tried again later.
     int GetDescriptor() const noexcept { return mSelect.GetDescriptor(); }
 
+    /// The database that requests with the code "SST" are answered from, see `NStatusMessages`; null, as at
+    /// first: there is no such code. Not owned.
+    void SetStatusDb(const CStatusDb* status) noexcept { mStatus = status; }
+
     /// Handles any message: a command, a request or a registration (code "NOT").
     /// @param message  loses its argument 231
     /// @param replies  replaced: what is to be sent back, in order, with flag 0x4 on all but the last; empty
@@ -64,10 +58,7 @@ public:
     void ProcessCommands(CIpcMessage& command, CIpcMessage& reply);
     /// Answers a request; `replies` is replaced and has at least one, with flag 0x4 on all but the last.
     void ProcessRequests(CIpcMessage& request, std::list<CIpcMessage>& replies);
-    /// Registers or unregisters argument 0, a notification address, on the codes in the arguments behind it:
-    /// on all of them, or on none when one is refused. Protected controls are left out for a caller without
-    /// the level. Refusals: 5 "Needs at least 2 arguments (%d)", 3 "Invalid (non-text) argument %s",
-    /// 3 "Invalid address %s", 9 "Unsupported modifier", 101 "%s NOT FOUND!", 111 "Unable to send ...".
+    /// Carries out a registration message, see `CIpcRegistrar::Process`.
     SIpcRegistration ProcessNotificationRequests(const CIpcMessage& message);
 
     /// Sends a notification to each address; one that can not be reached loses its registrations.
@@ -79,49 +70,33 @@ public:
     void RemoveLocalRecipient(const std::string& address); ///< ends its registrations
 
 private:
-    using CallerLevel = std::optional<EAccessLevel>; // none: the controller itself
-
-    struct SRegistration
+    enum class EKind
     {
-        std::string mCode;
-        unsigned char mModifier;
+        Command,
+        Request,
     };
+    struct SCode // of messages that are not about a control
+    {
+        const char* mCode;
+        EKind mKind;
+        void (CIpcEventDispatcher::*mAnswer)(CIpcMessage& message, std::list<CIpcMessage>& replies);
+    };
+    static const SCode kCodes[];
 
-    static CallerLevel GetCallerLevel(const CIpcMessage& message);
-    static bool MayUse(const CProjCon& control, CallerLevel caller) noexcept;
-    CProjCon* FindControl(const std::string& code, CallerLevel caller, CIpcMessage& reply);
-
-    void Answer(CIpcMessage& message, std::list<CIpcMessage>& replies);
+    void AnswerBytes(CIpcMessage& message, std::vector<unsigned char>& bytes);
     void AnswerWanted(CIpcMessage& message, std::list<CIpcMessage>& replies);
-    static void Encode(const CIpcMessage& message, std::list<CIpcMessage>& replies,
-                       std::vector<unsigned char>& bytes);
-
-    SIpcRegistration CheckAddress(const CIpcMessage& message, std::string& address) const;
-    SIpcRegistration ReadRegistrations(const CIpcMessage& message, std::list<SRegistration>& registrations);
-    SIpcRegistration CheckRegistration(SRegistration& registration) const;
-    void Register(const std::string& address, const std::list<SRegistration>& registrations);
-    void SendState(const std::string& code, const std::string& address);
-
-    void Accept();
-    bool AnswerLone();
-    void Dispatch(const CSelectWrapper::SReady& ready);
-    void Serve(std::uint64_t tag, bool readable);
-    bool ReadMessages(std::uint64_t tag, CIpcConnection& connection);
-    bool AnswerMessages(std::uint64_t tag, CIpcConnection& connection);
-    void WatchOutput(std::uint64_t tag, CIpcConnection& connection);
-    void Drop(std::uint64_t tag) noexcept;
+    void Answer(CIpcMessage& message, std::list<CIpcMessage>& replies);
+    void AnswerRegistration(CIpcMessage& message, std::list<CIpcMessage>& replies);
+    void AnswerStatus(CIpcMessage& message, std::list<CIpcMessage>& replies);
+    CProjCon* FindControl(const std::string& code, const CIpcCaller& caller, CIpcMessage& reply);
 
     CEventDispatcher& mDispatcher;
     ILog& mLog;
+    const CStatusDb* mStatus = nullptr;
     CSelectWrapper mSelect;
-    CIpcListener mListener;
+    CIpcClients mClients;
     CIpcNotifier mNotifier;
-    std::map<std::uint64_t, CIpcConnection> mConnections; // by tag
-    std::uint64_t mNextTag;
-    std::uint64_t mLoneTag;                     // of the client whose single message was all of the last pass
-    unsigned mLoneTurns = 0;                    // passes in a row that looked at that client alone
-    unsigned mAnswered = 0;                     // messages in this pass
+    CIpcRegistrar mRegistrar;
     std::vector<CSelectWrapper::SReady> mReady; // of this pass: the wrapper's own list may move meanwhile
-    CIpcMessage mMessage;                       // the one from a socket that is being handled
     bool mProcessing = false;
 };

@@ -239,15 +239,20 @@ void CIpcNotifier::OnReady(std::uint64_t tag, bool readable, bool writable)
     const auto found = mByTag.find(tag);
     if (found == mByTag.end())
         return; // closed earlier in this pass
-    const RecipientMap::iterator recipient = found->second;
-    int error = 0;
-    if (readable && !IsAlive(recipient->second.mSocket.Get(), error))
-        return Lose(recipient, error);
-    if (!writable)
-        return;
-    error = Flush(recipient->second);
-    if (error != 0)
-        Lose(recipient, error);
+    try
+    {
+        const RecipientMap::iterator recipient = found->second;
+        int error = 0;
+        if (readable && !IsAlive(recipient->second.mSocket.Get(), error))
+            return Lose(recipient, error);
+        error = writable ? Flush(recipient->second) : 0;
+        if (error != 0)
+            Lose(recipient, error);
+    }
+    catch (const std::exception& e)
+    {
+        mLog.LogError("IPC: %s", e.what());
+    }
 }
 
 // Sends what is queued, as far as the socket takes it. @returns 0, or the error that ends the connection

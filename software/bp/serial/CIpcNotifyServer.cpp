@@ -45,29 +45,56 @@ CIpcNotifyServer::CIpcNotifyServer(const std::string& name)
 
 CIpcNotifyServer::~CIpcNotifyServer()
 {
-    if (IsOpen())
+    if (IsMine())
         ::unlink(mName.c_str());
 }
 
-void CIpcNotifyServer::Open()
+// Whether the control process would find this listener under its name.
+bool CIpcNotifyServer::IsMine() const noexcept
 {
-    if (IsOpen())
-        return;
-    auto select = std::make_unique<CSelectWrapper>();
+    struct stat status
+    {
+    };
+    return mListener.IsOpen() && ::lstat(mName.c_str(), &status) == 0 && status.st_dev == mFile.mDevice &&
+           status.st_ino == mFile.mNode;
+}
+
+bool CIpcNotifyServer::Open()
+{
+    if (IsMine())
+        return false;
+    const bool wasOpen = mSelect != nullptr;
+    if (mListener.IsOpen())
+    {
+        while (Accept()) // whoever waits has connected, and would be lost with the listener
+        {
+        }
+        mSelect->Remove(mListener.Get());
+        mListener.Reset();
+    }
     RemoveStale(mName);
-    mListener = NIpcSocket::Listen(mName, SOCK_SEQPACKET);
-    select->Add(mListener.Get(), kListenerTag);
-    mSelect = std::move(select);
+    CDescriptor listener = NIpcSocket::Listen(mName, SOCK_SEQPACKET);
+    struct stat status
+    {
+    };
+    if (::lstat(mName.c_str(), &status) != 0)
+        throw CException(__func__, kSource, __LINE__, true, "Unable to look at %s", mName.c_str());
+    if (!wasOpen)
+        mSelect = std::make_unique<CSelectWrapper>();
+    mSelect->Add(listener.Get(), kListenerTag);
+    mListener = std::move(listener);
+    mFile = {status.st_dev, status.st_ino};
+    return wasOpen;
 }
 
 int CIpcNotifyServer::GetDescriptor() const noexcept
 {
-    return IsOpen() ? mSelect->GetDescriptor() : -1;
+    return mSelect == nullptr ? -1 : mSelect->GetDescriptor();
 }
 
 void CIpcNotifyServer::Collect(std::list<CIpcMessage>& notifications)
 {
-    for (int pass = 0; IsOpen() && pass < kMaxPasses && mSelect->Wait(0); ++pass)
+    for (int pass = 0; mSelect != nullptr && pass < kMaxPasses && mSelect->Wait(0); ++pass)
     {
         const std::vector<CSelectWrapper::SReady> allReady = mSelect->GetReady(); // accepting may move it
         for (const CSelectWrapper::SReady& ready : allReady)
@@ -81,15 +108,17 @@ void CIpcNotifyServer::Collect(std::list<CIpcMessage>& notifications)
     }
 }
 
-void CIpcNotifyServer::Accept()
+// @returns false when nobody waits
+bool CIpcNotifyServer::Accept()
 {
     CDescriptor connection(NPosix::RetryOnInterrupt(
         [&] { return ::accept4(mListener.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC); }));
     if (!connection.IsOpen())
-        return;
+        return false;
     mSelect->Add(connection.Get(), mNextTag);
     mConnections.emplace(mNextTag++, std::move(connection));
     mLost = false;
+    return true;
 }
 
 void CIpcNotifyServer::Close(ConnectionMap::iterator connection)

@@ -10,6 +10,8 @@
 #include <memory>
 #include <string>
 
+#include <sys/types.h>
+
 class CIpcMessage;
 
 /// Listens for the control process, which connects at the first registration and sends one notification a
@@ -24,10 +26,13 @@ public:
     ~CIpcNotifyServer(); ///< removes the socket
 
     const std::string& GetName() const noexcept { return mName; }
-    void
-    Open(); ///< nothing happens when it is open. @throws CException "Unable to ... %s" with the system error
-    bool IsOpen() const noexcept { return mSelect != nullptr; }
-    int GetDescriptor() const noexcept; ///< readable when there is something to collect; -1 before `Open`
+    /// Nothing happens when it is open, unless its file has vanished or become another's: then it is made
+    /// again, and what is connected stays so.
+    /// @returns whether it was made again
+    /// @throws CException "Unable to ... %s" with the system error; it can be tried again
+    bool Open();
+    /// Readable when there is something to collect; -1 before `Open`, and the same ever after.
+    int GetDescriptor() const noexcept;
 
     bool IsLost() const noexcept { return mLost; } ///< the control process had connected and is gone
 
@@ -38,14 +43,21 @@ private:
     static constexpr std::uint64_t kListenerTag = 0;
     static constexpr std::uint64_t kFirstConnectionTag = 1;
 
+    struct SFile
+    {
+        dev_t mDevice = 0;
+        ino_t mNode = 0;
+    };
     using ConnectionMap = std::map<std::uint64_t, CDescriptor>; // by tag
 
-    void Accept();
+    bool IsMine() const noexcept;
+    bool Accept();
     void Close(ConnectionMap::iterator connection);
     static bool Receive(int descriptor, std::list<CIpcMessage>& notifications);
 
     const std::string mName;
     CDescriptor mListener;
+    SFile mFile;                             // of the listener
     std::unique_ptr<CSelectWrapper> mSelect; // made by Open
     ConnectionMap mConnections; // one, and for a moment two when the control process was started again
     std::uint64_t mNextTag = kFirstConnectionTag;

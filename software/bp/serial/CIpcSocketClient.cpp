@@ -57,7 +57,7 @@ CIpcSocketClient::CIpcSocketClient(const char* uniqueName, const std::string& ru
     : mServerName(NIpcSocket::MakeServerName(runDirectory))
     , mName(NIpcSocket::MakeClientName(runDirectory, uniqueName, NextCounter()))
     , mInput(CIpcMessage::kMaxSize + kReadSize) // a half reply always leaves room for a read
-    , mNotifyServer(mName + NIpcSocket::kNotifyEnding)
+    , mNotifyServer(NIpcSocket::MakeAbsolute(mName + NIpcSocket::kNotifyEnding))
 {
     NIpcSocket::MakeAddress(mServerName); // the longest name passed when the notification server was made
 }

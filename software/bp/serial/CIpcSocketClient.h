@@ -28,7 +28,7 @@ public:
     bool Receive(CIpcMessage& reply, unsigned timeoutMs) override;
     void Disconnect() noexcept override;
     bool IsLocal() const noexcept override { return false; }
-    void OpenNotify() override { mNotifyServer.Open(); }
+    bool OpenNotify() override { return mNotifyServer.Open(); }
     const std::string& GetNotifyAddress() const noexcept override { return mNotifyServer.GetName(); }
     int GetNotifyDescriptor() const noexcept override { return mNotifyServer.GetDescriptor(); }
     void ProcessNotify(std::list<CIpcMessage>& notifications) override;

@@ -1,4 +1,5 @@
-// The master side talks; one descriptor of the slave side is held and never read.
+// The master side talks. It hangs up as long as nobody has the slave side open, and the kernel tells when
+// that is opened.
 #include "software/bp/serial/CPseudoPort.h"
 
 #include "software/bp/serial/NTerminal.h"
@@ -10,7 +11,10 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace
@@ -46,6 +50,15 @@ CDescriptor OpenSlave(const std::string& name)
     return slave;
 }
 
+CDescriptor WatchSlave(const std::string& name)
+{
+    CDescriptor watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    if (!watch.IsOpen() || ::inotify_add_watch(watch.Get(), name.c_str(), IN_OPEN | IN_CLOSE) < 0)
+        throw CException(__func__, kSource, __LINE__, true, "Unable to set up pseudo-terminal %s",
+                         name.c_str());
+    return watch;
+}
+
 void MakeLink(const std::string& link, const std::string& target)
 {
     struct stat entry
@@ -78,9 +91,65 @@ CPseudoPort::CPseudoPort(const std::string& link, CDescriptor master)
     : CCommPort(link, std::move(master))
     , mLink(link)
     , mSlaveName(GetNameOfSlave(GetDescriptor()))
-    , mSlave(OpenSlave(mSlaveName))
+    , mPeers(WatchSlave(mSlaveName))
 {
+    OpenSlave(mSlaveName); // from now on the master hangs up; that it is raw stays
     MakeLink(mLink, mSlaveName);
+}
+
+// Only that something happened counts: like events that follow each other are reported as one.
+bool CPseudoPort::TakeEvents() noexcept
+{
+    alignas(inotify_event) char events[1024];
+    bool hasChanged = false;
+    while (NPosix::RetryOnInterrupt([&] { return ::read(mPeers.Get(), events, sizeof events); }) > 0)
+        hasChanged = true;
+    return hasChanged;
+}
+
+void CPseudoPort::LookForPeer()
+{
+    if (TakeEvents())
+        Look();
+}
+
+void CPseudoPort::Look() noexcept
+{
+    pollfd master{GetDescriptor(), POLLIN, 0};
+    if (NPosix::RetryOnInterrupt([&] { return ::poll(&master, 1, 0); }) < 0)
+        return;
+    const bool isHungUp = (master.revents & POLLHUP) != 0;
+    mIsConnected = !isHungUp || (master.revents & POLLIN) != 0;
+    if (std::exchange(mHasPeer, !isHungUp) && !mHasPeer)
+        ForgetPeer();
+}
+
+void CPseudoPort::ForgetPeer() noexcept
+{
+    DropOutput();
+    const CDescriptor slave(NPosix::RetryOnInterrupt(
+        [&] { return ::open(mSlaveName.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC); }));
+    if (!slave.IsOpen()) // short of descriptors: the next one may see what was meant for this one
+        return;
+    static_cast<void>(NTerminal::SetRaw(slave.Get(), B0)); // a guest may have changed it
+    ::tcflush(slave.Get(), TCIFLUSH);
+}
+
+// What somebody said before leaving is read to its end; behind it there is nothing until the next one comes.
+int CPseudoPort::Read(unsigned char* bytes, int size)
+{
+    const int count = CCommPort::Read(bytes, size);
+    if (count != 0)
+        return count;
+    TakeEvents();
+    Look(); // in any case, since a close is told before the hang-up
+    return kNothingYet;
+}
+
+bool CPseudoPort::Write(const unsigned char* bytes, int size)
+{
+    LookForPeer();
+    return !mHasPeer || CCommPort::Write(bytes, size);
 }
 
 CPseudoPort::~CPseudoPort()

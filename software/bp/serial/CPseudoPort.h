@@ -5,9 +5,9 @@
 
 #include <string>
 
-/// A pseudo-terminal: whoever opens its other side, under the name of a link, talks to this unit. It stays
-/// usable when they leave, for it keeps the other side open itself: without that, the port would report a
-/// hang-up for ever. What is written while nobody reads is kept up to the limit and lost beyond.
+/// A pseudo-terminal: whoever opens its other side, under the name of a link, talks to this unit; they may
+/// come and go. What is written while nobody is there is dropped, and so is what the last of them did not
+/// read: the next would take it for answers of its own.
 class CPseudoPort : public CCommPort
 {
 public:
@@ -17,12 +17,23 @@ public:
     explicit CPseudoPort(const std::string& link);
     ~CPseudoPort() override; ///< removes the link, unless it leads elsewhere by now
 
+    int Read(unsigned char* bytes, int size) override;
+    bool Write(const unsigned char* bytes, int size) override;
+    bool IsConnected() const noexcept override { return mIsConnected; }
+    int GetPeerDescriptor() const noexcept override { return mPeers.Get(); }
+    void LookForPeer() override;
+
     const std::string& GetSlaveName() const noexcept { return mSlaveName; }
 
 private:
     explicit CPseudoPort(const std::string& link, CDescriptor master);
+    void Look() noexcept;
+    bool TakeEvents() noexcept;
+    void ForgetPeer() noexcept;
 
     const std::string mLink;
     std::string mSlaveName;
-    CDescriptor mSlave;
+    CDescriptor mPeers; // an inotify descriptor: the other side was opened or closed
+    bool mHasPeer = false;
+    bool mIsConnected = false; // somebody is there, or left something to read
 };

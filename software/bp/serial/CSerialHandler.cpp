@@ -32,7 +32,7 @@ struct CSerialHandler::SLine
     std::unique_ptr<CCommPort> mPort;
     std::unique_ptr<CEventLink> mLink;
     std::unique_ptr<CSerialParser> mParser; // null: closed
-    std::uint64_t mTag = 0;                 // its index
+    std::uint64_t mTag = 0;                 // its index; that of who comes and goes is beyond all indices
     bool mReadable = false;
     bool mIsWatched = true;
     bool mWatchesWrite = false;
@@ -63,6 +63,8 @@ unsigned char CSerialHandler::AddPort(std::unique_ptr<CCommPort> port)
     line->mParser = std::make_unique<CVarnholtSerialParser>(line->mLink.get(), this, line->mPort.get(), mLog);
     line->mTag = mLines.size();
     mSelect.Add(line->mPort->GetDescriptor(), line->mTag);
+    if (line->mPort->GetPeerDescriptor() >= 0)
+        mSelect.Add(line->mPort->GetPeerDescriptor(), line->mTag + kMaxPorts);
     mLog.Log("Serial port %s opened as port %d, protocol %s", line->mPort->GetName().c_str(), number,
              line->mParser->GetProtocol());
     mLines.push_back(std::move(line));
@@ -105,7 +107,12 @@ void CSerialHandler::TakeReady()
     mSelect.Wait(0);
     for (const CSelectWrapper::SReady& ready : mSelect.GetReady())
     {
-        SLine& line = *mLines[ready.mTag];
+        SLine& line = *mLines[ready.mTag % kMaxPorts];
+        if (ready.mTag >= kMaxPorts)
+        {
+            line.mPort->LookForPeer();
+            continue;
+        }
         line.mReadable = ready.mReadable;
         if (ready.mWritable)
             line.mParser->FlushOutput();
@@ -126,11 +133,12 @@ void CSerialHandler::Serve(SLine& line)
         Wake();
 }
 
-// A line that waits is not watched at all, since a hang-up would be reported again and again.
+// A line that waits or that nobody holds is not watched at all, since a hang-up would be reported again and
+// again.
 void CSerialHandler::Watch(SLine& line)
 {
     const int descriptor = line.mPort->GetDescriptor();
-    const bool watches = line.mParser->IsSelectable();
+    const bool watches = line.mParser->IsSelectable() && line.mPort->IsConnected();
     if (watches != line.mIsWatched)
     {
         if (watches)
@@ -149,6 +157,7 @@ void CSerialHandler::Watch(SLine& line)
 void CSerialHandler::Close(SLine& line)
 {
     mSelect.Remove(line.mPort->GetDescriptor());
+    mSelect.Remove(line.mPort->GetPeerDescriptor());
     line.mParser.reset();
     line.mLink.reset();
     mLog.LogError("Serial port %s closed", line.mPort->GetName().c_str());

@@ -1,21 +1,20 @@
 // The ASCII protocol of the serial ports: messages in parentheses.
 #pragma once
 
+#include "software/bp/serial/CSerialOutput.h"
 #include "software/bp/serial/CSerialParser.h"
+#include "software/bp/serial/CSerialReceiver.h"
+#include "software/bp/serial/CSerialSession.h"
 #include "software/bp/serial/ENetworkRouting.h"
 #include "software/bp/serial/ERemoteAccess.h"
 #include "software/bp/serial/ESerialCode.h"
 #include "software/include/EError.h"
 #include "software/utility/CIpcMessage.h"
-#include "software/utility/CTimer.h"
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
-#include <string_view>
 
 class CCommPort;
 class CEventLink;
@@ -27,14 +26,10 @@ struct SLogInResult;
 /// passes on what is for other units, and writes answers, errors and notifications back. A message that
 /// breaks the syntax is dropped and answered by an error; the next "(" starts afresh.
 ///
-/// A caller has the default access group until a log-in gives it another. While a log-in is checked the line
-/// waits: nothing more of it is taken.
-class CVarnholtSerialParser : public CSerialParser
+/// While a log-in is checked the line waits: nothing more of it is taken.
+class CVarnholtSerialParser final : public CSerialParser
 {
 public:
-    static constexpr int kDefaultAccessGroup = 1;
-    static constexpr unsigned kLogInSeconds = 3600; ///< without a message, after which a log-in ends
-
     /// None of these is owned and all must outlive the parser. The parser takes the notifications of the
     /// link, which should answer on the calling thread: whoever waits for a link waits with the whole loop.
     CVarnholtSerialParser(CEventLink* link, CSerialHandler* handler, CCommPort* port, ILog& log);
@@ -45,10 +40,10 @@ public:
     void RelayMessage(const unsigned char* bytes, int length) override;
     ERxResult ProcessErrors(const std::string& text, ELogLevel level, EFyiCode code) override;
     bool IsSelectable() const override { return !IsClosed() && !mLogInRunning; }
-    bool IsClosed() const override { return mRxResult == ERxResult::Closed; }
+    bool IsClosed() const override { return GetResult() == ERxResult::Closed; }
     bool HasInput() const override { return mRxRead < mRxFilled; }
-    void FlushOutput() override;
-    void EndIdleLogIn() override;
+    void FlushOutput() override { mOutput.Flush(); }
+    void EndIdleLogIn() override { mSession.EndIfIdle(); }
     void BroadcastKey(int key) override;
 
     /// Formats a message, and writes it to this port when the set of ports has `NSerialRouting::kOwnPort`.
@@ -68,7 +63,7 @@ public:
     void HandleNotification(const CIpcMessage& notification);
 
     /// The access group of a caller that has not logged in.
-    void SetDefaultAccessGroup(int group);
+    void SetDefaultAccessGroup(int group) { mSession.SetDefaultAccessGroup(group); }
 
     // Of all parsers.
 
@@ -78,60 +73,15 @@ public:
     static void UpdateRemoteAccess(ERemoteAccess access) noexcept { mRemoteAccess = access; }
 
 private:
-    static constexpr std::size_t kMaxAccumulated = 50; // characters of a number or prefix
-    static constexpr std::size_t kMaxText = 1023;      // bytes of a text argument
     static constexpr std::size_t kReceiveBuffer = 2148;
-    static constexpr int kNoValue = -1; // of a syntax error
-
-    enum class ERxState
-    {
-        Waiting = 0, // for "("
-        Complete = 1,
-        Prefix = 2,
-        Code = 3,
-        SubCode = 4,
-        Arguments = 5, // between two of them
-        Number = 6,
-        Text = 7,
-        Escape = 8, // behind a backslash
-        HexHigh = 9,
-        HexLow = 10,
-    };
 
     ERxResult UpdateRxd();
     bool FillBuffer();
-    const unsigned char* TakeDigits(const unsigned char* at, const unsigned char* end);
-    const unsigned char* TakePlainText(const unsigned char* at, const unsigned char* end);
-    void TakeByte(char byte);
-    void Enter(ERxState state) noexcept { mRxState = state; }
-
-    void OnWaiting(char byte);
-    void OnPrefix(char byte);
-    void OnCode(char byte);
-    void OnSubCode(char byte);
-    void OnNumber(char byte);
-    void OnText(char byte);
-    void OnEscape(char byte);
-    void OnHexHigh(char byte);
-    void OnHexLow(char byte);
-    void OnParmStart(char byte);
-
-    void StartMessage();
-    void StartText();
-    void Accumulate(char byte);
-    void AccumulateDigit(char byte);
-    std::string_view GetAccumulated() const noexcept { return {mAccumulator.data(), mAccumulated}; }
-    void AppendText(char byte);
-    bool EndNumber();
-    void EndText();
-    bool CheckArgCount();
-    bool ParsePrefix();
-    bool ParseAddresses(std::string_view text);
-    bool ParseSource(std::string_view text);
-    void SyntaxError(const std::string& text, int value);
+    void SyntaxError(const SSyntaxError& error);
+    CIpcMessage& GetMessage() noexcept { return mReceiver.GetMessage(); } // the one that is being handled
+    ERxResult GetResult() const noexcept { return mOutput.HasFailed() ? ERxResult::Closed : mRxResult; }
 
     void RxdMessageComplete();
-    bool TakeChecksum();
     void RxdPreProcessMsg() override;
     void RxdProcessMsg() override;
     bool HandleMessage();
@@ -140,16 +90,11 @@ private:
     bool ExtRequest(CIpcMessage* request);
     bool ExtReply(CIpcMessage* reply);
     bool HandleNotificationRequests(const CIpcMessage& message);
-    void KeepRegistrations(const CIpcMessage& message);
-    void RenewRegistrations();
     bool HandleUserLogin(CIpcMessage* message);
     void FinishLogIn(const std::string& user, const SLogInResult& result);
-    void SetAccessGroup(int group);
     void Acknowledge(bool success);
 
     void SendReply(CIpcMessage& reply);
-    template <typename TWrite>
-    void Output(const char* what, TWrite write);
 
     static inline unsigned short mAddress = CIpcMessage::kNoAddress;
     static inline ENetworkRouting mRouting = eRouting2And4;
@@ -161,30 +106,15 @@ private:
     ILog& mLog;
 
     ERxResult mRxResult = ERxResult::Busy;
-    ERxState mRxState = ERxState::Waiting;
-    std::array<char, kMaxAccumulated> mAccumulator{};
-    std::size_t mAccumulated = 0;
-    std::string mText;
-    int mHexHigh = 0;
-    unsigned char mModifier = 0;
-    bool mSeparated = false;                  // white space stood in front of what comes
-    bool mTextRefused = false;                // one of the texts can not be stored
-    std::uint8_t mChecksum = 0;               // of all bytes behind the "("
-    std::uint8_t mChecksumHere = 0;           // snapshot in front of the latest number
-    CIpcMessage mMessage;                     // the one that arrives or is being handled
-    ESerialCode mCode = ESerialCode::Control; // of it
-    std::array<unsigned char, kReceiveBuffer> mRxBuffer{};
+    std::array<char, kReceiveBuffer> mRxBuffer{};
     std::size_t mRxRead = 0;
     std::size_t mRxFilled = 0;
-    std::string mTxBuffer;
-    bool mLosesOutput = false;
+    CSerialReceiver mReceiver;
+    ESerialCode mCode = ESerialCode::Control; // of the message that is being handled
 
-    std::string mUser;
-    int mAccessGroup = kDefaultAccessGroup;
-    int mDefaultAccessGroup = kDefaultAccessGroup;
-    CTimer mInactivity;
+    CSerialOutput mOutput;
+    CSerialSession mSession;
     bool mAckWanted = false;
     bool mLogInRunning = false;
-    const std::shared_ptr<bool> mAlive;     // a log-in may end when the parser has gone
-    std::map<std::string, int> mRegistered; // codes that this line registered, and how often
+    const std::shared_ptr<bool> mAlive; // a log-in may end when the parser has gone
 };

@@ -2,6 +2,7 @@
 #include "software/bp/serial/ESerialCode.h"
 
 #include "software/bp/serial/NIpcMsgUtil.h"
+#include "software/utility/CIpcMessage.h"
 
 #include <algorithm>
 #include <iterator>
@@ -10,19 +11,23 @@ namespace
 {
 struct SReserved
 {
-    std::string_view mCode;
+    std::uint32_t mCode;
     ESerialCode mMeaning;
 };
 
 constexpr SReserved kReserved[] = {
-    {"UID", ESerialCode::LogIn},   {NIpcMsgUtil::kRegistrationCode, ESerialCode::Registration},
-    {"DGN", ESerialCode::Request}, {"TST", ESerialCode::Request},
-    {"EVT", ESerialCode::Request}, {"BST", ESerialCode::Request},
-    {"FYI", ESerialCode::Ignored}, {"ERR", ESerialCode::Ignored},
+    {CIpcMessage::PackCode("UID"), ESerialCode::LogIn},
+    {CIpcMessage::PackCode(NIpcMsgUtil::kRegistrationCode), ESerialCode::Registration},
+    {CIpcMessage::PackCode("DGN"), ESerialCode::Request},
+    {CIpcMessage::PackCode("TST"), ESerialCode::Request},
+    {CIpcMessage::PackCode("EVT"), ESerialCode::Request},
+    {CIpcMessage::PackCode("BST"), ESerialCode::Request},
+    {CIpcMessage::PackCode("FYI"), ESerialCode::Ignored},
+    {CIpcMessage::PackCode("ERR"), ESerialCode::Ignored},
 };
 } // namespace
 
-ESerialCode FindSerialCode(std::string_view code) noexcept
+ESerialCode FindSerialCode(std::uint32_t code) noexcept
 {
     const auto found = std::find_if(std::begin(kReserved), std::end(kReserved),
                                     [=](const SReserved& r) { return r.mCode == code; });

@@ -1,7 +1,7 @@
 // The codes that a serial line handles by itself.
 #pragma once
 
-#include <string_view>
+#include <cstdint>
 
 enum class ESerialCode
 {
@@ -12,5 +12,5 @@ enum class ESerialCode
     Ignored, ///< what other units announce
 };
 
-/// @param code  three characters, upper case
-ESerialCode FindSerialCode(std::string_view code) noexcept;
+/// @param code  upper case, as `CIpcMessage::GetPackedCode` gives it
+ESerialCode FindSerialCode(std::uint32_t code) noexcept;

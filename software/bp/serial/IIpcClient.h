@@ -31,8 +31,10 @@ public:
     /// again.
     virtual bool IsLocal() const noexcept = 0;
 
-    /// Makes ready to be notified. @throws CException when the notification socket can not be made
-    virtual void OpenNotify() = 0;
+    /// Makes ready to be notified; also where somebody has taken the notification socket's file away.
+    /// @returns whether a file that was gone has been made again
+    /// @throws CException when the notification socket can not be made
+    virtual bool OpenNotify() = 0;
     /// What to register for notifications; the same for the life of the client.
     virtual const std::string& GetNotifyAddress() const noexcept = 0;
     /// Readable when notifications have arrived; -1 before `OpenNotify` and where there is none.

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include <sys/types.h>
 #include <sys/un.h>
 
 namespace NIpcSocket
@@ -23,8 +24,20 @@ std::string MakeServerName(std::string_view runDirectory = kRunDirectory);
 /// @throws CException "Invalid socket name - a unique name must be specified" when it is empty or null
 std::string MakeClientName(std::string_view runDirectory, const char* uniqueName, int counter);
 
+/// The process that a client's socket is named after, with or without ".notify".
+/// @param fileName  without its folder
+/// @returns 0 for a file that is called otherwise
+pid_t GetOwner(std::string_view fileName) noexcept;
+
 /// Folder of a socket name, with a slash at its end; "./" for a bare name.
 std::string GetRunDirectory(std::string_view socketName);
+
+/// The same name for every process, whatever folder it works in. One that would be too long stays as it is.
+std::string MakeAbsolute(const std::string& name);
+
+/// The name that the control process gives to a socket of its run directory, whichever way there the given
+/// name takes. @returns empty for a name outside, or of a link
+std::string FindInRunDirectory(const std::string& runDirectory, const std::string& name);
 
 constexpr std::size_t kMaxName = sizeof(sockaddr_un::sun_path) - 1; ///< bytes
 bool Fits(const std::string& name) noexcept; ///< neither empty nor too long, and without a NUL
@@ -34,6 +47,11 @@ sockaddr_un MakeAddress(const std::string& name);
 
 /// Whether nobody listens on a socket that is there.
 bool IsAbandoned(const std::string& name);
+
+/// Removes the sockets of clients that are gone without having removed them: those of a process that does not
+/// exist, with nobody listening. What is called otherwise, or is no socket, stays.
+/// @returns how many
+std::size_t RemoveLeft(const std::string& runDirectory);
 
 /// A non-blocking listener whose file any process with these permissions may connect to.
 /// @param type         SOCK_STREAM or SOCK_SEQPACKET

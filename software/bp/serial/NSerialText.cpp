@@ -3,10 +3,9 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
+#include <cstdint>
 #include <iterator>
 #include <limits>
-#include <system_error>
 
 namespace
 {
@@ -48,11 +47,19 @@ int NSerialText::HexToBin(char c) noexcept
 
 int NSerialText::ParseNumber(std::string_view text) noexcept
 {
-    int number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc::result_out_of_range)
-        return number;
-    return text.front() == '-' ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
+    using Limits = std::numeric_limits<int>;
+    constexpr std::int64_t kBeyond = std::int64_t{Limits::max()} + 1;
+    constexpr int kBase = 10;
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    const bool isNegative = at != end && *at == '-';
+    if (isNegative)
+        ++at;
+    std::int64_t number = 0;
+    for (; at != end && IsDigit(*at) && number < kBeyond; ++at)
+        number = number * kBase + (*at - '0');
+    number = std::min(number, kBeyond);
+    return static_cast<int>(isNegative ? -number : std::min<std::int64_t>(number, Limits::max()));
 }
 
 char NSerialText::Unescape(char letter) noexcept

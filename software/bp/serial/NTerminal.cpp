@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <iterator>
 
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
 namespace
 {
 struct SSpeed
@@ -45,4 +48,18 @@ bool NTerminal::SetRaw(int descriptor, speed_t speed) noexcept
     if (speed != B0 && ::cfsetspeed(&settings, speed) != 0)
         return false;
     return NPosix::RetryOnInterrupt([&] { return ::tcsetattr(descriptor, TCSANOW, &settings); }) == 0;
+}
+
+bool NTerminal::IsPseudo(int descriptor) noexcept
+{
+    // Major device numbers that Linux keeps for them (Documentation/admin-guide/devices.txt).
+    constexpr unsigned kFirstMajor = 136;
+    constexpr unsigned kLastMajor = 143;
+    struct stat device
+    {
+    };
+    if (::fstat(descriptor, &device) != 0)
+        return false;
+    const unsigned number = major(device.st_rdev);
+    return number >= kFirstMajor && number <= kLastMajor;
 }

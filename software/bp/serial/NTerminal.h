@@ -12,4 +12,7 @@ namespace NTerminal
 /// @param speed  B0 keeps the present one
 /// @returns false with errno when the descriptor is no terminal or refuses
 [[nodiscard]] bool SetRaw(int descriptor, speed_t speed) noexcept;
+
+/// Whether a terminal is the side of a pseudo-terminal that programs open.
+[[nodiscard]] bool IsPseudo(int descriptor) noexcept;
 } // namespace NTerminal

@@ -21,15 +21,25 @@ protected:
         return arguments;
     }
 
-    std::string Run(const std::vector<std::string>& arguments, int exitCode = 0) const
+    std::string Run(const std::vector<std::string>& arguments, int exitCode = 0,
+                    const std::vector<std::string>& environment = {}) const
     {
         SCOPED_TRACE(testing::PrintToString(arguments));
-        CCtlProcess process(Here(arguments));
+        CCtlProcess process(Here(arguments), environment);
         EXPECT_EQ(process.Wait(), exitCode);
         return process.GetOutput() + process.GetErrors();
     }
 
-    // The installed configuration, with menus that lead in circles, nowhere and to nothing.
+    /// The password that the daemon printed when it made its first account.
+    std::string GetPassword() const
+    {
+        const std::string mark = "account \"admin\" created, password: ";
+        const std::string output = mDaemon.GetOutput();
+        const std::size_t at = output.find(mark);
+        return at == std::string::npos ? "" : output.substr(at + mark.size(), 19);
+    }
+
+    // A serial line, and the installed configuration with menus that lead in circles, nowhere and to nothing.
     std::vector<std::string> Config() const
     {
         const std::string config = mFolder.File("config");
@@ -38,7 +48,7 @@ protected:
             "MAIN": {"items": ["MMM+IMAG", "LUM", "MMM+SYST", "MMM+LENS", "MMM+FAVR", "MMM+IMAG"]},
             "IMAG": {"items": ["SRC", "MMM+MAIN", "LHM", "GPW", "XYZ"]},
             "SYST": {"items": ["MMM+IMAG"]}, "LENS": {}, "FAVR": {}})");
-        return {"--config-dir", config};
+        return {"--config-dir", config, "--serial", "pty"};
     }
 
     CTemporaryFolder mFolder;
@@ -114,4 +124,70 @@ TEST_F(LanternCtlDaemon, FavoritesAreKeptInTheirOrder)
                                      "└─ Service mode  SVM       (protected)\n");
     EXPECT_EQ(Run({"fav", "clear"}), "");
     EXPECT_EQ(Run({"menu", "FAVR"}), "(empty)\n");
+}
+
+TEST_F(LanternCtlDaemon, LogsInOverEveryWayThatHasLevels)
+{
+    const std::vector<std::string> right{"LANTERN_PASSWORD=" + GetPassword()};
+    const std::vector<std::string> wrong{"LANTERN_PASSWORD=wrong"};
+    EXPECT_EQ(Run({"get", "SVM"}, 1), "lanternctl: SVM: Invalid Access Group (117)\n");
+    EXPECT_EQ(Run({"--user", "admin", "get", "SVM"}, 0, right), "off\n");
+    EXPECT_EQ(Run({"get", "GPW", "--user", "admin"}, 0, right), GetPassword() + "\n");
+    EXPECT_EQ(Run({"--user", "admin", "call", "control:get", R"(["SVO"])"}, 0, right),
+              "{\n  \"value\": 0\n}\n");
+    EXPECT_EQ(Run({"--user", "admin", "get", "SVM"}, 1, wrong),
+              "lanternctl: log-in of admin: Invalid user name or password (117)\n");
+
+    const auto runOver = [&](const std::vector<std::string>& arguments, int exitCode,
+                             const std::vector<std::string>& environment)
+    {
+        CCtlProcess process(arguments, environment);
+        EXPECT_EQ(process.Wait(), exitCode);
+        return process.GetOutput() + process.GetErrors();
+    };
+    const std::string line = mDaemon.GetReady("serial");
+    EXPECT_EQ(runOver({"--serial", line, "--user", "admin", "get", "SVM"}, 1, wrong),
+              "lanternctl: log-in of admin: Invalid user name or password (117)\n");
+    EXPECT_EQ(runOver({"--serial", line, "--user", "admin", "get", "SVM"}, 0, right), "0\n");
+    EXPECT_EQ(runOver({"--ipc", mDaemon.GetRunDir(), "--user", "admin", "get", "SVM"}, 2, right),
+              "lanternctl: nobody logs in over the local IPC, where you are the controller itself\n");
+    EXPECT_EQ(runOver({"--serial", line, "--user", "admin", "send", "(LUM?)"}, 2, right),
+              "lanternctl: send sends one message only; to log in, send '(UID\"NAME\" \"PASSWORD\")'\n");
+}
+
+TEST_F(LanternCtlDaemon, AccountsAreChangedWhileTheDaemonRuns)
+{
+    const std::string state = mFolder.File("state");
+    // The password comes from standard input, as "printf '%s\n' PASSWORD | lanternctl account ..." has
+    // it.
+    const auto account = [&](const std::string& words, int exitCode)
+    {
+        const std::string command =
+            "printf '%s\\n' \"$LANTERN_TEST_INPUT\" | \"$0\" account " + words + " --state-dir " + state;
+        CCtlProcess process({"-c", command, LANTERN_TEST_CTL}, {"LANTERN_TEST_INPUT=a guest's own"},
+                            CCtlProcess::EOutput::Pipe, "/bin/sh");
+        EXPECT_EQ(process.Wait(), exitCode) << words;
+        return process.GetOutput() + process.GetErrors();
+    };
+    const std::vector<std::string> guest{"LANTERN_PASSWORD=a guest's own"};
+    EXPECT_EQ(account("list", 0), "admin  6\n");
+    EXPECT_EQ(account("add guest --level 2", 0), "");
+    EXPECT_EQ(Run({"--user", "guest", "get", "SVM"}, 0, guest), "off\n");
+    EXPECT_EQ(account("list --json", 0),
+              "{\"level\":6,\"name\":\"admin\"}\n{\"level\":2,\"name\":\"guest\"}\n");
+    EXPECT_EQ(account("passwd admin", 0), "");
+    EXPECT_EQ(Run({"--user", "admin", "get", "SVM"}, 0, guest), "off\n");
+    EXPECT_EQ(account("remove guest", 0), "");
+    EXPECT_EQ(Run({"--user", "guest", "get", "SVM"}, 1, guest),
+              "lanternctl: log-in of guest: Invalid user name or password (117)\n");
+
+    EXPECT_EQ(account("remove admin", 1),
+              "lanternctl: \"admin\" is the last account of level 6; --force removes it all the same\n");
+    EXPECT_EQ(account("remove nobody", 1), "lanternctl: there is no account \"nobody\"\n");
+    EXPECT_EQ(account("add admin --level 1", 1), "lanternctl: an account \"admin\" exists already\n");
+    EXPECT_THAT(account("add other --level 3", 2), HasSubstr("--level"));
+    EXPECT_THAT(account("add other", 2), HasSubstr("account add needs --level"));
+    EXPECT_THAT(account("passwd", 2), HasSubstr("account passwd needs a name"));
+    EXPECT_EQ(account("remove admin --force", 0), "");
+    EXPECT_EQ(account("list", 0), "");
 }

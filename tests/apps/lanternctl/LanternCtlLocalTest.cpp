@@ -6,10 +6,14 @@
 #include <csignal>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <list>
 #include <numeric>
 #include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
 #include <termios.h>
+#include <thread>
 
 namespace
 {
@@ -187,11 +191,31 @@ TEST_F(LanternCtlLocal, OneWayAtATimeAndEachForWhatItCan)
     CCtlProcess ipc(mIpc + Words{"get", "PWR"}, {"LANTERN_HOST=nowhere", "LANTERN_PORT=none"});
     EXPECT_EQ(ipc.Wait(), 0);
     EXPECT_EQ(ipc.GetErrors(), "");
-    // The control process knows its folder by one name only, and would refuse to notify another.
+    // The folder may be called otherwise than by the control process.
     const std::string link = mFolder.File("link");
     ASSERT_EQ(symlink(mRunDir.c_str(), link.c_str()), 0);
     CCtlProcess watch({"--ipc", link, "watch", "PWR"});
     EXPECT_TRUE(watch.WaitForOutput("PWR 0\n"));
+}
+
+TEST_F(LanternCtlLocal, WhoMayNotMakeFilesInTheRunDirectoryMayAskButNotWatch)
+{
+    ASSERT_EQ(chmod(mRunDir.c_str(), 0550), 0);
+    // What a thread gives up here, for root may write everywhere, only the programs that it starts go
+    // without.
+    std::thread weak(
+        [&]
+        {
+            prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
+            Expect(mIpc, {{"get", "PWR"}, 0, "0\n", ""});
+            Expect(mIpc, {{"watch", "PWR"},
+                          3,
+                          "",
+                          "lanternctl: unable to open a socket for notifications in " + mRunDir +
+                              "/: it takes the right to make files there\n"});
+        });
+    weak.join();
+    chmod(mRunDir.c_str(), 0750);
 }
 
 TEST_F(LanternCtlLocal, SendsOneMessageAsItIs)

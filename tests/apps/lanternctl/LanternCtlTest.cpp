@@ -98,8 +98,8 @@ TEST_F(LanternCtl, SaysWhyItDidNot)
         {{"fly"},
          2,
          "",
-         "lanternctl: no such command \"fly\"; one of: get, set, info, list, watch, menu, fav, modules, "
-         "call, send, "
+         "lanternctl: no such command \"fly\"; one of: get, set, info, list, watch, status, alarms, menu, "
+         "fav, modules, call, send, account, "
          "completion "
          "(see lanternctl --help)\n"},
         {{"set", "NME", "-x"},
@@ -286,7 +286,7 @@ TEST_F(LanternCtl, PeopleGetUnitsAndNothingThatSteersTheirTerminal)
 TEST_F(LanternCtl, CompletionOffersWhatFits)
 {
     const std::pair<std::string, std::string> rows[] = {
-        {"''", "get set info list watch menu fav modules call send completion"},
+        {"''", "get set info list watch status alarms menu fav modules call send account completion"},
         {"se", "set send"},
         {"fav ''", "list add remove clear"},
         {"--port @ fav add l", "LHM LUM"},

@@ -19,6 +19,7 @@
 #include <memory>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -156,6 +157,14 @@ TEST_F(ControlStore, AStormIsJoinedButNotWaitedOut)
 
 TEST_F(ControlStore, AFailureIsToldOnceAndTriedAgainUntilItWorks)
 {
+    std::vector<EStatusLevel> troubles;
+    mStore->SetTroubleHandler(
+        [&](EStatusLevel level, const std::string& text)
+        {
+            EXPECT_EQ(text.empty(), level == eStatusOk);
+            if (troubles.empty() || troubles.back() != level)
+                troubles.push_back(level);
+        });
     mStore->Load();
     const std::string hidden = mFolder.GetPath() + "-away";
     std::filesystem::rename(mFolder.GetPath(), hidden); // as if the medium had gone
@@ -178,6 +187,17 @@ TEST_F(ControlStore, AFailureIsToldOnceAndTriedAgainUntilItWorks)
             return FileHas("\"LUM\" : 500") && !mLight.IsDirty();
         }));
     EXPECT_TRUE(mLog.Has(ELogLevel::Normal, "Control values are saved again in " + mPath));
+    EXPECT_EQ(troubles, (std::vector<EStatusLevel>{eStatusAlarm, eStatusOk}));
+}
+
+TEST_F(ControlStore, AValueThatIsHeldDownIsKeptAsItWasChosen)
+{
+    mStore->SetLastingValue([&](const CProjCon& control)
+                            { return control.GetValue() == 600 ? 900 : control.GetValue(); });
+    mStore->Load();
+    mLight.SetValue(600);
+    mStore->Stop();
+    EXPECT_TRUE(FileHas("\"LUM\" : 900"));
 }
 
 TEST_F(ControlStore, AFailureAtTheEndIsTold)

@@ -2,6 +2,7 @@
 #include "software/jsonrpc/Handler.h"
 
 #include "software/jsonrpc/RpcMethod.h"
+#include "software/jsonrpc/Turn.h"
 
 #include <gtest/gtest.h>
 
@@ -51,10 +52,19 @@ private:
         response["result"] = "half a reply";
         throw std::runtime_error("broken");
     }
-    bool Later(const Json::Value&, Json::Value&) { return false; }
-    bool Nested(const Json::Value&, Json::Value& response)
+    bool Later(const Json::Value&, Json::Value&)
     {
-        return mHandler.Process(R"({"jsonrpc":"2.0","id":9,"method":"echo"})", response, 5);
+        mTickets.push_back(mHandler.Defer());
+        return false;
+    }
+    // What a method runs cannot wait, and costs the method nothing of its own right to.
+    bool Nested(const Json::Value& request, Json::Value& response)
+    {
+        mHandler.Process(
+            R"([{"jsonrpc":"2.0","id":9,"method":"echo"},{"jsonrpc":"2.0","id":8,"method":"later"}])",
+            response, 5);
+        mTickets.push_back(mHandler.Defer());
+        return !mTickets.back().IsAwaited() || !request.isMember("wait");
     }
     bool DeleteMe(const Json::Value& request, Json::Value& response)
     {
@@ -66,6 +76,7 @@ private:
 
 public:
     int mCalls = 0;
+    std::vector<Json::Rpc::Ticket> mTickets; // of those who wait, or waited
 };
 
 class HandlerTest : public testing::Test
@@ -75,13 +86,31 @@ protected:
     std::string Run(const std::string& text)
     {
         Json::Value response("left from before");
-        mIsComplete = mHandler.Process(text, response, 7);
+        mHandler.Process(text, response, 7);
         return response.isNull() ? std::string() : Handler::GetString(response);
     }
 
     Handler mHandler;
     CMethods mMethods{mHandler};
-    bool mIsComplete = true;
+
+    // The same for somebody who can wait.
+    std::string Begin(const std::string& text, std::chrono::hours quantum = std::chrono::hours(1))
+    {
+        Json::Value response("left from before");
+        Json::Rpc::Turn turn(quantum);
+        mExchange = mHandler.Begin(text.data(), text.data() + text.size(), response, 7, turn);
+        return response.isNull() ? std::string() : Handler::GetString(response);
+    }
+    std::string Resume(std::chrono::hours quantum = std::chrono::hours(1))
+    {
+        Json::Value response("left from before");
+        Json::Rpc::Turn turn(quantum);
+        if (mHandler.Resume(*mExchange, response, turn))
+            mExchange.reset();
+        return response.isNull() ? std::string() : Handler::GetString(response);
+    }
+
+    std::unique_ptr<Json::Rpc::Exchange> mExchange;
 };
 
 std::string Error(int code, const std::string& message, const std::string& id)
@@ -242,13 +271,87 @@ TEST_F(HandlerTest, AShortBatchCannotCostAReplyWithoutEnd)
     EXPECT_GT(run * (kWide + 100), Handler::kMaxBatchReply);
 }
 
-TEST_F(HandlerTest, AMethodMayAnswerLaterAndMayRunOthers)
+const char kLater[] = R"({"jsonrpc":"2.0","id":1,"method":"later"})";
+const char kSilentlyLater[] = R"({"jsonrpc":"2.0","method":"later"})";
+
+TEST_F(HandlerTest, NobodyAnswersLaterToACallerWhoCannotWait)
 {
-    EXPECT_EQ(Run(R"({"jsonrpc":"2.0","id":1,"method":"later"})"), "");
-    EXPECT_FALSE(mIsComplete);
-    EXPECT_EQ(Run(R"({"jsonrpc":"2.0","id":1,"method":"nested"})"),
-              R"({"id":9,"result":{"fd":5,"params":null}})");
-    EXPECT_TRUE(mIsComplete);
+    std::vector<std::string> failures;
+    mHandler.SetFailureObserver([&](const std::string& method, const char*) { failures.push_back(method); });
+    EXPECT_EQ(Run(kLater), Error(-32603, "Internal error", "1"));
+    EXPECT_EQ(Run(kSilentlyLater), "");
+    EXPECT_EQ(failures, (std::vector<std::string>{"later", "later"}));
+    EXPECT_FALSE(mMethods.mTickets.front().IsAwaited());
+    mMethods.mTickets.front().Answer("to nobody");
+    EXPECT_FALSE(mHandler.Defer().IsAwaited()) << "no method runs";
+}
+
+TEST_F(HandlerTest, ARequestIsAnsweredLaterByItsTicket)
+{
+    EXPECT_EQ(Begin(kLater), "");
+    ASSERT_NE(mExchange, nullptr);
+    EXPECT_TRUE(mExchange->IsWaiting());
+    int told = 0;
+    mExchange->SetObserver([&] { ++told; });
+    const Json::Rpc::Ticket ticket = mMethods.mTickets.back();
+    EXPECT_TRUE(ticket.IsAwaited());
+    ticket.Answer("reply");
+    ticket.Answer("a second one");
+    EXPECT_EQ(told, 1);
+    EXPECT_FALSE(ticket.IsAwaited());
+    EXPECT_FALSE(mExchange->IsWaiting());
+    EXPECT_EQ(Resume(), "\"reply\"");
+
+    EXPECT_EQ(Begin(kSilentlyLater), "");
+    ASSERT_NE(mExchange, nullptr) << "what is behind it waits all the same";
+    mMethods.mTickets.back().Answer("to nobody");
+    EXPECT_EQ(Resume(), "");
+
+    EXPECT_EQ(Begin(kLater), "");
+    mExchange.reset();
+    EXPECT_FALSE(mMethods.mTickets.back().IsAwaited());
+    mMethods.mTickets.back().Answer("to nobody");
+
+    const std::string nested =
+        R"([{"id":9,"result":{"fd":5,"params":null}},)" + Error(-32603, "Internal error", "8") + "]";
+    EXPECT_EQ(Begin(R"({"jsonrpc":"2.0","id":1,"method":"nested"})"), nested);
+    EXPECT_FALSE(mMethods.mTickets.back().IsAwaited()) << "answered at once after all";
+    EXPECT_EQ(Begin(R"({"jsonrpc":"2.0","id":1,"method":"nested","wait":1})"), "");
+    mMethods.mTickets.back().Answer("reply");
+    EXPECT_EQ(Resume(), "\"reply\"");
+}
+
+TEST_F(HandlerTest, ABatchStopsAtEachRequestThatIsAnsweredLater)
+{
+    const std::string echo = R"({"jsonrpc":"2.0","id":2,"method":"echo"})";
+    EXPECT_EQ(Begin("[" + echo + "," + kLater + "," + kSilentlyLater + "," + echo + "]"), "");
+    for (int i = 0; i < 2; ++i)
+    {
+        ASSERT_NE(mExchange, nullptr);
+        EXPECT_TRUE(mExchange->IsWaiting());
+        EXPECT_EQ(mMethods.mCalls, 1) << "the last one waits";
+        mMethods.mTickets.back().Answer("reply");
+        const std::string replies = Resume();
+        EXPECT_EQ(replies, i == 0 ? "" : "[" + Echoed("2") + ",\"reply\"," + Echoed("2") + "]");
+    }
+    EXPECT_EQ(mExchange, nullptr);
+}
+
+TEST_F(HandlerTest, ABatchGoesOnInItsNextTurn)
+{
+    constexpr std::chrono::hours kNone(0);
+    const std::string echo = R"({"jsonrpc":"2.0","id":2,"method":"echo"})";
+    EXPECT_EQ(Begin("[" + echo + "," + echo + "," + echo + "]", kNone), "");
+    for (int calls = 1; calls < 3; ++calls)
+    {
+        ASSERT_NE(mExchange, nullptr);
+        EXPECT_FALSE(mExchange->IsWaiting());
+        EXPECT_EQ(mMethods.mCalls, calls);
+        EXPECT_GT(mExchange->GetWeight(), 3 * echo.size());
+        const std::string replies = Resume(kNone);
+        EXPECT_EQ(replies, calls < 2 ? "" : "[" + Echoed("2") + "," + Echoed("2") + "," + Echoed("2") + "]");
+    }
+    EXPECT_EQ(Begin(echo, kNone), Echoed("2")) << "a single request needs one turn";
 }
 
 TEST_F(HandlerTest, MethodsComeAndGoByName)

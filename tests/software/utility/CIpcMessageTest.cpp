@@ -448,3 +448,58 @@ TEST(IpcMessage, StreamTellsTheLengthOfItsFirstMessage)
         EXPECT_EQ(measure(bytes), expected);
     }
 }
+
+TEST(IpcMessage, NumbersAsTheyWereReadAreKeptWithoutLeadingZeros)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"0", "0"},
+        {"-0", "0"},
+        {"000", "0"},
+        {"-000", "0"},
+        {"00735", "735"},
+        {"-05", "-5"},
+        {"100", "100"},
+        {"-100", "-100"},
+        {"999999999", "999999999"},
+        {"-999999999", "-999999999"},
+    };
+    for (const auto& [digits, kept] : cases)
+    {
+        CIpcMessage message;
+        message.AddDecimal(3, digits, static_cast<EParmFlags>(0x63), 'W');
+        EXPECT_EQ(GetText(message, 3), kept) << digits;
+        EXPECT_EQ(GetFlags(message, 3), 0x63);
+        unsigned char modifier = 0;
+        EXPECT_TRUE(message.GetModifier(3, modifier) && modifier == 'W');
+    }
+}
+
+TEST(IpcMessage, ArgumentsMayComeAndGoForEver)
+{
+    CIpcMessage message;
+    const std::string text(40, 't');
+    const auto change = [&](int round)
+    {
+        message.AddArg(1, round);
+        message.AddArg(2, text);
+        message.AddArg(0, round + 1);
+        message.RemoveArg(1);
+    };
+    const auto isRight = [&](int round)
+    {
+        return message.GetNumArgs() == 2 && GetText(message, 0) == std::to_string(round + 1) &&
+               GetText(message, 2) == text;
+    };
+    for (int round = 0; round < 10; ++round)
+        change(round);
+    for (int round = 0; round < 20000; ++round)
+    {
+        change(round);
+        ASSERT_TRUE(isRight(round));
+    }
+    const CIpcMessage copy(message);
+    message.ClearArgs();
+    message.AddArg(0, "other");
+    EXPECT_EQ(GetText(copy, 2), text);
+    EXPECT_EQ(GetText(copy, 0), "20000");
+}

@@ -1,8 +1,10 @@
 // A byte stream through a real connection: however it is cut, the replies are those of the whole.
 // The input's first byte sizes the table of cuts, which follows; the rest is the stream.
+#include "software/bp/c4j/CC4jStatus.h"
 #include "software/bp/c4j/CJsonRpcServer.h"
 
 #include "software/bp/serial/CEventDispatcher.h"
+#include "software/bp/status/CStatusDb.h"
 #include "software/jsonrpc/RpcMethod.h"
 #include "software/utility/CDescriptor.h"
 #include "software/utility/CSilentLog.h"
@@ -43,6 +45,9 @@ public:
         mServer.AddMethod(std::make_unique<Method>(*this, &CService::Echo, "echo").release());
         mServer.AddMethod(std::make_unique<Method>(*this, &CService::Notify, "notify").release());
         mServer.AddMethod(std::make_unique<Method>(*this, &CService::Close, "close").release());
+        mStatus.AddGroup("Fans", "fans.png");
+        mStatus.AddItem("Fans", 0, "Fan 1");
+        mStatus.Set("Fans", 0, eStatusAlarm, "0 rpm");
     }
 
     CJsonRpcServer& GetServer() { return mServer; }
@@ -115,7 +120,9 @@ private:
     CSilentLog mLog{CSilentLog::ELines::Composed};
     CStoppedClock mClock;
     CEventDispatcher mDispatcher{mLog};
+    CStatusDb mStatus{mLog};
     CJsonRpcServer mServer{mDispatcher, "127.0.0.1", 0, mClock, mLog};
+    CC4jStatus mStatusMethods{mServer, mStatus};
 };
 } // namespace
 

@@ -5,12 +5,14 @@
 #include "simulator/CSimulatedLensMotor.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
+#include "software/bp/status/CStatusDb.h"
 #include "software/include/EError.h"
 #include "tests/support/CRecordingLog.h"
 #include "tests/support/CRecordingNotifier.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <memory>
@@ -78,8 +80,9 @@ protected:
     CSimulatedBoard mBoard;
     CSimulatedLensMotor mMotors[3]{{{-4500, 4500}, 1500.0}, {{-4000, 4000}, 1500.0}, {{-5000, 5000}, 1000.0}};
     CRefusingMotor mStuckZoom;
+    CStatusDb mStatus{mLog};
     CProjectorLogic mLogic{
-        mDispatcher, {mBoard, mBoard, {&mMotors[0], &mMotors[1], &mMotors[2], &mStuckZoom}}, mLog};
+        mDispatcher, {mBoard, mBoard, {&mMotors[0], &mMotors[1], &mMotors[2], &mStuckZoom}}, mStatus, mLog};
     std::vector<std::unique_ptr<CProjCon>> mControls;
 };
 } // namespace
@@ -204,4 +207,56 @@ TEST_F(ProjectorLogic, CountsTheHoursItIsOn)
     mLogic.Advance(90min);
     EXPECT_EQ(hours.GetValue(), 16);
     EXPECT_TRUE(hours.IsDirty());
+}
+
+TEST_F(ProjectorLogic, HeatRaisesAnAlarmOnceAndCoolingClearsIt)
+{
+    CProjCon& light = AddInteger("LUM", 0, 1000, 1);
+    CProjCon& mode = AddInteger("TCM", 0, 100);
+    mode.SetValue(CFanControl::eModeQuiet);
+    light.SetValue(1000);
+    AddBoolean("PWR").SetValue(1);
+    Advance(300s);
+    ASSERT_EQ(mStatus.GetAlarms().size(), 1u);
+    EXPECT_EQ(mStatus.GetAlarms()[0].mDescription, "Image device");
+    EXPECT_EQ(mStatus.GetAlarms()[0].mStatus, eStatusAlarm);
+    EXPECT_LT(light.GetValue(), 1000);              // held down by the heat
+    EXPECT_EQ(mLogic.GetLastingValue(light), 1000); // but that is not what somebody chose
+    EXPECT_EQ(mLogic.GetLastingValue(mode), CFanControl::eModeQuiet);
+
+    mode.SetValue(CFanControl::eModeDefault);
+    Advance(300s);
+    EXPECT_TRUE(mStatus.GetAlarms().empty());
+    EXPECT_EQ(light.GetValue(), 1000);
+    const auto& lines = mLog.GetLines();
+    const auto raised = std::count_if(lines.begin(), lines.end(),
+                                      [](const CRecordingLog::SLine& line)
+                                      { return line.mText.find("raises an alarm") != std::string::npos; });
+    EXPECT_EQ(raised, 1);
+}
+
+TEST_F(ProjectorLogic, WhatDoesNotMoveAsItShouldRaisesAnAlarm)
+{
+    AddInteger("TCM", 0, 100).SetValue(CFanControl::eModePerformance);
+    AddInteger("LUM", 0, 1000, 1).SetValue(1000);
+    AddBoolean("PWR").SetValue(1);
+    AddInteger("LNH", -5000, 5000).SetValue(4000);
+    Advance(60s);
+    EXPECT_TRUE(mStatus.GetAlarms().empty());
+    EXPECT_EQ(mStatus.GetItem("Lens", 0)->mValue, "4000 steps");
+
+    mBoard.BlockFan(EThermalZone::LightSource, true);
+    AddInteger("LNZ", -5000, 5000).SetValue(50, eChangeNoApply); // its drive does nothing
+    Advance(2s);
+    EXPECT_TRUE(mStatus.GetAlarms().empty()); // each has its time
+    Advance(10s);
+    const std::vector<SStatus> alarms = mStatus.GetAlarms();
+    ASSERT_EQ(alarms.size(), 2u);
+    EXPECT_EQ(alarms[0].mGroup + ": " + alarms[0].mDescription, "Fans: Fan of the light source");
+    EXPECT_EQ(alarms[1].mValue, "stuck at 0, sent to 50");
+
+    mBoard.BlockFan(EThermalZone::LightSource, false);
+    mControls.back()->SetValue(0, eChangeNoApply);
+    Advance(60s);
+    EXPECT_TRUE(mStatus.GetAlarms().empty());
 }

@@ -13,6 +13,7 @@
 #include <fstream>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -74,6 +75,8 @@ TEST(CommPort, OpensADeviceRawAtItsSpeed)
     ASSERT_EQ(::ptsname_r(master.Get(), device, sizeof device), 0);
 
     const auto port = NCommPort::Open(std::string(device) + ":19200", "");
+    EXPECT_TRUE(CDescriptor(::open(device, O_RDWR | O_NOCTTY | O_CLOEXEC)).IsOpen())
+        << "no wire, so not for us alone";
     termios settings{};
     ASSERT_EQ(::tcgetattr(port->GetDescriptor(), &settings), 0);
     EXPECT_EQ(::cfgetispeed(&settings), static_cast<speed_t>(B19200));
@@ -112,6 +115,8 @@ TEST(CommPort, KeepsOutputUpToTheLimit)
 {
     const CTemporaryFolder folder;
     CPseudoPort port(folder.File("line"));
+    const CDescriptor reader(
+        ::open(folder.File("line").c_str(), O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
     const std::string message(1000, 'm');
     std::size_t taken = 0;
     while (
@@ -120,8 +125,6 @@ TEST(CommPort, KeepsOutputUpToTheLimit)
     EXPECT_TRUE(port.HasOutput());
     EXPECT_GE(taken * message.size(), CCommPort::kMaxOutput - message.size());
 
-    const CDescriptor reader(
-        ::open(folder.File("line").c_str(), O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
     std::size_t received = 0;
     char buffer[4096];
     for (int pass = 0; pass < 1000 && received < taken * message.size(); ++pass)
@@ -135,6 +138,37 @@ TEST(CommPort, KeepsOutputUpToTheLimit)
 
     const std::string large(2 * CCommPort::kMaxOutput, 'l');
     Write(port, large); // it may be as large as it likes when nothing else waits
+}
+
+TEST(PseudoPort, WhatALeaverDidNotReadIsDropped)
+{
+    const CTemporaryFolder folder;
+    CPseudoPort port(folder.File("line"));
+    const auto open = [&]
+    { return CDescriptor(::open(port.GetSlaveName().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)); };
+    const std::string large(2 * CCommPort::kMaxOutput, 'x');
+    char buffer[4096];
+
+    Write(port, "nobody is there");
+    CDescriptor line = open();
+    EXPECT_LT(::read(line.Get(), buffer, sizeof buffer), 0);
+    Write(port, large);
+    EXPECT_TRUE(port.HasOutput());
+    EXPECT_EQ(::write(line.Get(), "last words", 10), 10);
+    line.Reset();
+    EXPECT_EQ(ReadAll(port), "last words");
+    EXPECT_FALSE(port.IsConnected());
+    EXPECT_FALSE(port.HasOutput());
+
+    line = open();
+    EXPECT_LT(::read(line.Get(), buffer, sizeof buffer), 0) << "nothing stale";
+    Write(port, "to the second");
+    pollfd ready{line.Get(), POLLIN, 0};
+    EXPECT_EQ(::poll(&ready, 1, 5000), 1);
+    EXPECT_EQ(::read(line.Get(), buffer, sizeof buffer), 13);
+    termios settings{};
+    EXPECT_EQ(::tcgetattr(line.Get(), &settings), 0);
+    EXPECT_EQ(settings.c_lflag & (ECHO | ICANON), 0u) << "still raw";
 }
 
 TEST(PseudoPort, ItsLinkComesAndGoesWithIt)

@@ -28,8 +28,12 @@ public:
             throw std::runtime_error("no way");
         return mSends;
     }
-    bool Receive(CIpcMessage& reply, unsigned) override
+    bool Receive(CIpcMessage& reply, unsigned timeoutMs) override
     {
+        mWaits.push_back(timeoutMs);
+        std::this_thread::sleep_for(mPause);
+        if (mEndless)
+            mReplies.assign(1, Message("PWR", eFlagReply | eFlagMoreFollows));
         if (mReplies.empty())
             return false;
         reply = mReplies.front();
@@ -38,7 +42,7 @@ public:
     }
     void Disconnect() noexcept override { ++mDisconnects; }
     bool IsLocal() const noexcept override { return false; }
-    void OpenNotify() override {}
+    bool OpenNotify() override { return false; }
     const std::string& GetNotifyAddress() const noexcept override { return mAddress; }
     int GetNotifyDescriptor() const noexcept override { return -1; }
     void ProcessNotify(std::list<CIpcMessage>&) override {}
@@ -49,6 +53,9 @@ public:
     std::deque<CIpcMessage> mReplies;
     bool mSends = true;
     bool mThrows = false;
+    bool mEndless = false; // another reply always follows
+    std::chrono::milliseconds mPause{0};
+    std::vector<unsigned> mWaits; // as they were asked for
     int mDisconnects = 0;
     std::string mAddress = "A.notify";
 };
@@ -163,6 +170,25 @@ TEST_F(CEventLinkTest, AnExchangeEndsWithTheLastReplyOrTheFirstError)
     EXPECT_EQ(mClient->mDisconnects, 2);
 }
 
+TEST_F(CEventLinkTest, RepliesThatNeverEndAreGivenUp)
+{
+    CIpcMessage request = Request("PWR", 'L');
+    std::list<CIpcMessage> replies;
+    mClient->mEndless = true;
+    EXPECT_EQ(mLink.SendRequest(2, request, replies, 60000), eErrorExceededListSize);
+    EXPECT_EQ(replies.size(), CEventLink::kMaxReplies);
+    EXPECT_TRUE(mLog.Has(ELogLevel::Error, "SendRequest: more than 2048 replies to PWR; given up"));
+    EXPECT_EQ(mClient->mDisconnects, 1);
+
+    mClient->mPause = std::chrono::milliseconds(2); // each in time, but all together not
+    mClient->mWaits.clear();
+    EXPECT_EQ(SendPower(5), eErrorTimeout);
+    EXPECT_LT(mClient->mWaits.size(), 50u);
+    EXPECT_THAT(mClient->mWaits, ::testing::Each(::testing::AllOf(::testing::Ge(1u), ::testing::Le(5u))));
+    EXPECT_TRUE(mLog.Has(ELogLevel::Error, "SendCommand: replies to PWR do not end; given up"));
+    EXPECT_EQ(mClient->mDisconnects, 2);
+}
+
 TEST_F(CEventLinkTest, ATimeoutOfZeroIsOneWay)
 {
     EXPECT_EQ(SendPower(0), eErrorNone);
@@ -270,10 +296,8 @@ protected:
         {
             pollfd ready{mLink.GetNotifyDescriptor(), POLLIN, 0};
             ::poll(&ready, 1, 10);
-            std::list<CIpcMessage> notifications;
-            mLink.ProcessNotify(notifications);
-            for (const CIpcMessage& notification : notifications)
-                shown.push_back(Show(notification));
+            for (std::string& line : ShowCollected([&](auto& all) { mLink.ProcessNotify(all); }))
+                shown.push_back(std::move(line));
         }
         return shown;
     }
@@ -297,25 +321,36 @@ protected:
 TEST_F(CEventLinkSocketTest, TypedOperationsReachTheControls)
 {
     auto server = Serve();
-    int value = 0;
-    std::string text;
     EXPECT_EQ(mLink.SetValue(1, "pwr", 1), eErrorNone);
-    EXPECT_EQ(mLink.GetValue(1, "PWR", value), eErrorNone);
-    EXPECT_EQ(value, 1);
     EXPECT_EQ(mLink.SetText(1, "NME", "Größe"), eErrorNone);
-    EXPECT_EQ(mLink.GetText(1, "NME", text), eErrorNone);
-    EXPECT_EQ(text, "Größe");
-    EXPECT_EQ(mLink.GetText(1, "SRC", text), eErrorNone);
-    EXPECT_EQ(text, "HDMI 2") << "a person reads the entry, not its number";
-    EXPECT_EQ(mLink.GetValue(1, "SRC", value), eErrorNone);
-    EXPECT_EQ(mLink.GetText(1, "KST+TLPX", text), eErrorNone);
-    EXPECT_EQ(text, "7");
-    EXPECT_EQ(mLink.GetValue(1, "NME", value), eErrorWrongControlType);
     EXPECT_EQ(mLink.SetText(1, "PWR", "x"), eErrorWrongControlType);
-    EXPECT_EQ(mLink.GetValue(1, "XYZ", value), eErrorControlNotFound);
     EXPECT_EQ(mLink.SetValue(1, "SVO", 1), eErrorAccessGroup);
     EXPECT_EQ(mLink.SetValue(2, "SVO", 1), eErrorNone);
-    EXPECT_THAT(mLinkLog.GetLines(), ::testing::Not(IsEmpty()));
+    const struct
+    {
+        const char* mCode;
+        EError mValueError;
+        int mValue;
+        EError mTextError;
+        const char* mText; // of a choice the entry, which a person reads
+    } cases[] = {
+        {"PWR", eErrorNone, 1, eErrorNone, "1"},
+        {"NME", eErrorWrongControlType, -1, eErrorNone, "Größe"},
+        {"src", eErrorNone, 1, eErrorNone, "HDMI 2"},
+        {"KST+TLPX", eErrorNone, 7, eErrorNone, "7"},
+        {"MMM+MAIN", eErrorWrongControlType, -1, eErrorWrongControlType, ""},
+        {"XYZ", eErrorControlNotFound, -1, eErrorControlNotFound, ""},
+    };
+    for (const auto& row : cases)
+    {
+        SCOPED_TRACE(row.mCode);
+        int value = -1;
+        std::string text;
+        EXPECT_EQ(mLink.GetValue(1, row.mCode, value), row.mValueError);
+        EXPECT_EQ(value, row.mValue);
+        EXPECT_EQ(mLink.GetText(1, row.mCode, text), row.mTextError);
+        EXPECT_EQ(text, row.mText);
+    }
     EXPECT_TRUE(mLinkLog.Has(ELogLevel::Debug, "SendCommand successful, returned:0, PWR+"));
 }
 
@@ -399,6 +434,43 @@ TEST_F(CEventLinkSocketTest, ARestartedControlProcessIsFoundAgain)
     mServer = std::make_unique<CIpcEventDispatcher>(mDispatcher, mServerName, mLog);
     server = Serve();
     EXPECT_EQ(mLink.GetValue(1, "PWR", value), eErrorNone);
+}
+
+TEST_F(CEventLinkSocketTest, ANotificationSocketThatVanishedIsMadeAgain)
+{
+    const std::string name = mLink.GetNotifySocketName();
+    const std::string vanished = "Notification socket " + name + " had vanished; made again";
+    auto server = Serve();
+    EXPECT_EQ(mLink.NotifyRegister(1, {{"PWR"}, {"PWR"}, {"NME"}, {"FN1"}}), eErrorNone);
+    EXPECT_EQ(mLink.NotifyUnregister(1, "FN1"), eErrorNone);
+    const int descriptor = mLink.GetNotifyDescriptor();
+    std::filesystem::remove(name);
+    EXPECT_EQ(mLink.GetNotifyDescriptor(), descriptor) << "a host keeps what it waits for";
+    EXPECT_TRUE(std::filesystem::exists(name));
+    EXPECT_EQ(mLink.SetValue(1, "PWR", 1), eErrorNone);
+    EXPECT_THAT(Take(1), ElementsAre("PWR 0=1/3")) << "the connection outlived the file";
+
+    // The control process ends and somebody clears the run directory.
+    server.reset();
+    mServer.reset();
+    std::filesystem::remove_all(mFolder.GetPath());
+    mLinkLog.Clear();
+    EXPECT_EQ(mLink.NotifyRenew(), eErrorCommunications);
+    EXPECT_EQ(mLink.NotifyRenew(), eErrorCommunications);
+    ASSERT_EQ(mLinkLog.GetLines().size(), 1u) << "said once";
+    EXPECT_THAT(mLinkLog.GetLines().front().mText, ::testing::HasSubstr("Unable to listen on " + name));
+    mServer = std::make_unique<CIpcEventDispatcher>(mDispatcher, mServerName, mLog);
+    server = Serve();
+    EXPECT_EQ(mLink.NotifyRenew(), eErrorNone);
+    EXPECT_THAT(Take(2), ElementsAre("NME 0=\"Hall\" 240=1/3 241=0/3 242=5000/4 243=0/3",
+                                     "PWR 0=1/3 240=1/3 241=0/3 242=1/3 243=0/3"));
+    EXPECT_EQ(mLinkLog.Count(vanished), 1u);
+    EXPECT_EQ(mLink.NotifyRenew(), eErrorNone) << "without a loss nothing is counted twice";
+    server.reset();
+    EXPECT_EQ(mDispatcher.GetNotificationManager().GetCount("PWR", name), 2);
+    EXPECT_EQ(mDispatcher.GetNotificationManager().GetCount("NME", name), 1);
+    EXPECT_EQ(mDispatcher.GetNotificationManager().GetCount("FN1", name), 0);
+    server = Serve(); // for the farewell
 }
 
 TEST_F(CEventLinkSocketTest, SeveralProcessesAtOnceAreAllServed)

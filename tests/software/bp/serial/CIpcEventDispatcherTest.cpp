@@ -10,14 +10,6 @@ using ::testing::IsEmpty;
 
 namespace
 {
-
-template <typename TValue>
-CIpcMessage With(CIpcMessage message, const TValue& value, unsigned short key = 0)
-{
-    message.AddArg(key, value);
-    return message;
-}
-
 CIpcMessage As(int accessGroup, CIpcMessage message)
 {
     message.AddArg(eIpcArgAccessGroup, accessGroup);

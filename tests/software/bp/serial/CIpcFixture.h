@@ -77,6 +77,30 @@ inline std::string Show(const CIpcMessage& message)
     return line + (message.HasFlag(eFlagMoreFollows) ? " ..." : "");
 }
 
+inline std::vector<std::string> ShowAll(const std::list<CIpcMessage>& messages)
+{
+    std::vector<std::string> shown;
+    for (const CIpcMessage& message : messages)
+        shown.push_back(Show(message));
+    return shown;
+}
+
+/// Shows what `collect` appends to a list.
+template <typename TCollect>
+std::vector<std::string> ShowCollected(TCollect collect)
+{
+    std::list<CIpcMessage> messages;
+    collect(messages);
+    return ShowAll(messages);
+}
+
+template <typename TValue>
+CIpcMessage With(CIpcMessage message, const TValue& value, unsigned short key = 0)
+{
+    message.AddArg(key, value);
+    return message;
+}
+
 /// A stream connection to the control process.
 class CRawClient
 {
@@ -176,12 +200,7 @@ protected:
     }
     std::vector<std::string> Handle(CIpcMessage message)
     {
-        std::list<CIpcMessage> replies;
-        mServer->HandleMessage(message, replies);
-        std::vector<std::string> shown;
-        for (const CIpcMessage& reply : replies)
-            shown.push_back(Show(reply));
-        return shown;
+        return ShowCollected([&](auto& replies) { mServer->HandleMessage(message, replies); });
     }
     std::string HandleOne(const CIpcMessage& message)
     {

@@ -9,6 +9,8 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace
 {
@@ -92,6 +94,53 @@ TEST(IpcListener, ReplacesWhatACrashLeftAndNothingElse)
     std::ofstream(name) << "precious";
     EXPECT_EQ(Refusal(name), name + " exists and is no socket");
     EXPECT_EQ(std::filesystem::file_size(name), 8u);
+}
+
+TEST(IpcListener, SocketsOfClientsThatAreGoneAreRemovedAtTheStart)
+{
+    const pid_t gone = ::fork();
+    if (gone == 0)
+        ::_exit(0);
+    ASSERT_EQ(::waitpid(gone, nullptr, 0), gone);
+    CTemporaryFolder folder;
+    const std::string dead = std::to_string(gone);
+    const std::string alive = std::to_string(::getpid());
+    const struct
+    {
+        std::string mName;
+        bool mStays;
+    } cases[] = {
+        {dead + "_panel_0", false},
+        {dead + "_a_b_12", false},
+        {dead + "_panel_0.notify", false},
+        {alive + "_panel_0", true},
+        {alive + "_panel_0.notify", true},
+        {dead + "_panel", true}, // these are no client's names
+        {dead + "_0", true},
+        {dead + "__0", true},
+        {dead + "_panel_0x", true},
+        {dead + "_panel_.notify", true},
+        {dead + "x_panel_0", true},
+        {"99999999999_panel_0", true},
+        {"0_panel_0", true},
+        {"-1_panel_0", true},
+        {"serial0", true},
+    };
+    for (const auto& row : cases)
+        LeaveSocket(folder.File(row.mName));
+    const CDescriptor answers = NIpcSocket::Listen(folder.File(dead + "_answers_0.notify"), SOCK_SEQPACKET);
+    std::ofstream(folder.File(dead + "_file_0")) << "precious";
+    std::filesystem::create_symlink(folder.File("serial0"), folder.File(dead + "_link_0"));
+
+    CRecordingLog log;
+    CEventDispatcher dispatcher(log);
+    const CIpcEventDispatcher server(dispatcher, NIpcSocket::MakeServerName(folder.GetPath()), log);
+    for (const auto& row : cases)
+        EXPECT_EQ(std::filesystem::exists(folder.File(row.mName)), row.mStays) << row.mName;
+    for (const char* const name : {"_answers_0.notify", "_file_0", "_link_0"})
+        EXPECT_TRUE(std::filesystem::exists(folder.File(dead + name))) << name;
+    EXPECT_TRUE(
+        log.Has(ELogLevel::Fyi, "3 sockets of clients that are gone removed from " + folder.GetPath() + "/"));
 }
 
 TEST(IpcListener, NamesAreAsLongAsTheSystemAllows)

@@ -19,12 +19,7 @@ protected:
     }
     std::vector<std::string> Take()
     {
-        std::list<CIpcMessage> notifications;
-        mLink.ProcessNotify(notifications);
-        std::vector<std::string> shown;
-        for (const CIpcMessage& notification : notifications)
-            shown.push_back(Show(notification));
-        return shown;
+        return ShowCollected([&](auto& notifications) { mLink.ProcessNotify(notifications); });
     }
 
     CEventLink mLink{mLog, std::make_unique<CIpcLocalClient>(*mServer)};
@@ -94,8 +89,7 @@ TEST_F(CIpcLocalClientTest, AHandlerMayUseItsLinkWhileACallIsUnderWay)
             }
         });
     mLink.NotifyRegister(1, {{"PWR"}, {"KST+TLPX"}});
-    CIpcMessage command = Command("PWR");
-    command.AddArg(0, 1);
+    CIpcMessage command = With(Command("PWR"), 1);
     CIpcMessage reply;
     EXPECT_EQ(mLink.SendCommand(1, command, reply, 100), eErrorNone);
     EXPECT_EQ(Show(reply), "PWR! 0=1/3") << "not the reply to a message of the handler";

@@ -4,6 +4,8 @@
 #include "software/bp/serial/CIpcNotifyServer.h"
 #include "software/utility/CException.h"
 
+#include <filesystem>
+
 #include <sys/stat.h>
 
 using ::testing::ElementsAre;
@@ -25,12 +27,7 @@ protected:
     }
     static std::vector<std::string> Take(CIpcNotifyServer& client)
     {
-        std::list<CIpcMessage> notifications;
-        client.Collect(notifications);
-        std::vector<std::string> shown;
-        for (const CIpcMessage& notification : notifications)
-            shown.push_back(Show(notification));
-        return shown;
+        return ShowCollected([&](auto& notifications) { client.Collect(notifications); });
     }
     static bool IsReadable(const CIpcNotifyServer& client)
     {
@@ -126,6 +123,34 @@ TEST_F(CIpcNotifierTest, WhoIsGoneLosesItsRegistrations)
     mPower.SetValue(0);
     EXPECT_TRUE(mLog.Has(ELogLevel::Warning, line + ". No such file or directory"));
     EXPECT_EQ(Registrations(address), 0u);
+}
+
+TEST_F(CIpcNotifierTest, TheRunDirectoryMayHaveSeveralNames)
+{
+    namespace fs = std::filesystem;
+    const CTemporaryFolder other;
+    CIpcNotifyServer outside(other.File("77_test_0.notify"));
+    outside.Open();
+    fs::create_directory(mFolder.File("sub"));
+    fs::create_directory_symlink(mFolder.GetPath(), other.File("run"));
+    fs::create_directory_symlink(other.GetPath(), mFolder.File("out"));
+    fs::create_symlink(outside.GetName(), mFolder.File("78_link_0.notify"));
+    const std::string relative = fs::relative(mFolder.GetPath());
+
+    for (const std::string& folder : {other.File("run"), mFolder.File("sub/.."), mFolder.File("out/run"),
+                                      mFolder.GetPath() + "/./", relative})
+    {
+        SCOPED_TRACE(folder);
+        EXPECT_EQ(Register(folder + "/77_test_0.notify", "PWR"), "NOT!");
+        EXPECT_EQ(Registrations(mAddress), 1u) << "known by one name";
+        EXPECT_EQ(Register(folder + "/77_test_0.notify", "*", 'U'), "NOT!");
+        EXPECT_EQ(Registrations(mAddress), 0u);
+    }
+    for (const std::string& address :
+         {outside.GetName(), mFolder.File("out/77_test_0.notify"), mFolder.File("78_link_0.notify"),
+          mFolder.File("none/../77_test_0.notify"), mFolder.File("sub/77_test_0.notify"),
+          mFolder.File("../77_test_0.notify"), std::string("77_test_0.notify")})
+        EXPECT_THAT(Register(address, "PWR"), ::testing::HasSubstr("Invalid address " + address));
 }
 
 TEST_F(CIpcNotifierTest, ASocketOpenedAgainUnderItsNameIsConnectedToAnew)

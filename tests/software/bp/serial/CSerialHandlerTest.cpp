@@ -351,6 +351,16 @@ TEST_F(CSerialPtyTest, ClientsComeAndGo)
     mHandler.Update();
     EXPECT_FALSE(IsReady()) << "a line without a reader keeps nobody busy";
     EXPECT_FALSE(mLog.Has(ELogLevel::Error, "Serial port " + Link(0) + " closed"));
+
+    std::string last = "(PWR1)"; // more than one read takes, by somebody who does not wait for it
+    while (last.size() < 3500)
+        last += "(PWR0)(PWR1)";
+    Send(OpenLine(0), last);
+    mPower.SetValue(0);
+    for (pollfd ready{mHandler.GetDescriptor(), POLLIN, 0}; ::poll(&ready, 1, kPatienceMs) == 1;)
+        mHandler.Update();
+    EXPECT_EQ(mPower.GetValue(), 1);
+    EXPECT_EQ(Receive(OpenLine(0), 1), "") << "nothing stale";
 }
 
 TEST_F(CSerialPtyTest, EveryByteValueArrivesAsItIs)
@@ -424,6 +434,8 @@ TEST_F(CSerialPtyTest, AFloodGetsItsShareOfAPassAndNoMore)
     for (long i = 0; i < kPasses; ++i)
     {
         static_cast<void>(::write(line.Get(), flood.data(), flood.size()));
+        pollfd ready{mHandler.GetDescriptor(), POLLIN, 0};
+        ASSERT_EQ(::poll(&ready, 1, 5000), 1); // the kernel hands it over when it likes
         mHandler.Update();
         for (ssize_t count = 0; (count = ::read(line.Get(), buffer, sizeof buffer)) > 0;)
             messages += std::count(buffer, buffer + count, '(');

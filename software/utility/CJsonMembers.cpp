@@ -1,14 +1,16 @@
 // jsoncpp's own conversions throw, or convert: every type is asked for before it is used.
-#include "apps/lanternd/CJsonMembers.h"
+#include "software/utility/CJsonMembers.h"
 
 #include "software/utility/CException.h"
 #include "software/utility/NUtf8.h"
+
+#include <json/value.h>
 
 #include <utility>
 
 namespace
 {
-constexpr char kSource[] = "apps/lanternd/CJsonMembers";
+constexpr char kSource[] = "software/utility/CJsonMembers";
 }
 
 CJsonMembers::CJsonMembers(const Json::Value& object, std::string place)
@@ -79,11 +81,19 @@ std::string CJsonMembers::TakeText(const char* name, const std::string& otherwis
     return Has(name) ? TakeText(name) : otherwise;
 }
 
-const Json::Value& CJsonMembers::TakeArray(const char* name)
+const Json::Value& CJsonMembers::TakeArray(const char* name, bool mayBeEmpty)
 {
     const Json::Value& value = Take(name);
-    if (!value.isArray() || value.empty())
-        Refuse(name, "must be an array with at least one element");
+    if (!value.isArray() || (value.empty() && !mayBeEmpty))
+        Refuse(name, mayBeEmpty ? "must be an array" : "must be an array with at least one element");
+    return value;
+}
+
+const Json::Value& CJsonMembers::TakeObject(const char* name)
+{
+    const Json::Value& value = Take(name);
+    if (!value.isObject())
+        Refuse(name, "must be an object");
     return value;
 }
 

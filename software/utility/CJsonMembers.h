@@ -1,10 +1,13 @@
 // The members of one JSON object, checked as they are taken.
 #pragma once
 
-#include <json/value.h>
-
 #include <set>
 #include <string>
+
+namespace Json
+{
+class Value; // <json/value.h>, which only those need who look into one
+}
 
 /// Takes members by name and type; what is missing, of another type or outside its range is refused, and so
 /// is what nobody took. Every refusal is a `CException` "%s: member \"%s\" ...", the first part being the
@@ -23,7 +26,9 @@ public:
     bool TakeBool(const char* name, bool otherwise);
     std::string TakeText(const char* name); ///< well-formed, without NUL
     std::string TakeText(const char* name, const std::string& otherwise);
-    const Json::Value& TakeArray(const char* name); ///< one that is not empty
+    static constexpr bool kMayBeEmpty = true;
+    const Json::Value& TakeArray(const char* name, bool mayBeEmpty = false);
+    const Json::Value& TakeObject(const char* name);
 
     void Finish() const; ///< refuses members that were not taken
 

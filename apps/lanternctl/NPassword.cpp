@@ -1,0 +1,81 @@
+// The echo comes back by whatever way the question ends.
+#include "apps/lanternctl/NPassword.h"
+
+#include "apps/lanternctl/CCommandFailure.h"
+#include "software/utility/NPosix.h"
+
+#include <cstdlib>
+#include <iostream>
+#include <termios.h>
+#include <unistd.h>
+
+namespace
+{
+constexpr char kVariable[] = "LANTERN_PASSWORD";
+constexpr std::size_t kMaxLine = 4096; // bytes; more than any password has
+
+// While it lives the terminal shows nothing of what is typed, and no key ends the program.
+class CSilence
+{
+public:
+    CSilence()
+    {
+        mIsTerminal = ::tcgetattr(STDIN_FILENO, &mOld) == 0;
+        termios silent = mOld;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO | ISIG);
+        silent.c_lflag |= ECHONL;
+        if (mIsTerminal)
+            ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+    }
+    CSilence(const CSilence&) = delete;
+    CSilence& operator=(const CSilence&) = delete;
+    ~CSilence()
+    {
+        if (mIsTerminal)
+            ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &mOld);
+    }
+    bool IsTerminal() const noexcept { return mIsTerminal; }
+
+private:
+    termios mOld{};
+    bool mIsTerminal = false;
+};
+
+// Byte by byte, so that what follows stays for whoever reads next.
+std::string ReadLine()
+{
+    constexpr char kInterrupt = '\x03'; // Ctrl-C, which comes as a byte while the terminal is silent
+    std::string line;
+    char byte = 0;
+    while (NPosix::RetryOnInterrupt([&] { return ::read(STDIN_FILENO, &byte, 1); }) == 1 && byte != '\n')
+    {
+        if (byte == kInterrupt || line.size() == kMaxLine)
+            throw CCommandFailure(EExitCode::WrongUsage, "no password was given");
+        line += byte;
+    }
+    if (line.empty())
+        throw CCommandFailure(EExitCode::WrongUsage, "no password was given");
+    return line;
+}
+} // namespace
+
+std::string NPassword::Ask(const std::string& question, bool twice)
+{
+    const CSilence silence;
+    if (!silence.IsTerminal())
+        return ReadLine();
+    std::cerr << question << ": " << std::flush;
+    std::string password = ReadLine();
+    if (!twice)
+        return password;
+    std::cerr << "Again: " << std::flush;
+    if (ReadLine() != password)
+        throw CCommandFailure(EExitCode::WrongUsage, "the two passwords differ");
+    return password;
+}
+
+std::string NPassword::GetForLogIn(const std::string& user)
+{
+    const char* const given = std::getenv(kVariable);
+    return given != nullptr && *given != '\0' ? given : Ask("Password of " + user, false);
+}
