@@ -17,8 +17,8 @@ using namespace LibMarlix;
 
 namespace
 {
-constexpr std::size_t kCapacity = 64 * 1024; // bytes; the longest reply
-constexpr std::size_t kReadSize = 4096;      // bytes
+constexpr std::size_t kCapacity = 65'536; // bytes; the longest reply
+constexpr std::size_t kReadSize = 4096;   // bytes
 
 // @returns false once the deadline has passed, even if the socket is ready: a module that talks without pause
 //          would never let it pass otherwise

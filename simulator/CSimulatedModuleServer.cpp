@@ -16,11 +16,12 @@ using LibMarlix::CCepParser;
 
 namespace
 {
-constexpr std::size_t kCapacity = 16 * 1024; // bytes of a request
-constexpr std::size_t kReadSize = 4096;      // bytes
-constexpr std::size_t kMaxReplies = 256;     // that a client may leave unread
+constexpr std::size_t kCapacity = 16'384; // bytes of a request
+constexpr std::size_t kReadSize = 4096;   // bytes
+constexpr std::size_t kMaxReplies = 256;  // that a client may leave unread
 constexpr std::uint64_t kListenerTag = 0;
 constexpr std::size_t kLengthOffset = CCepMessage::kHeaderSize;
+constexpr std::chrono::milliseconds kPausedWait{100};
 constexpr char kNoise[] = "{\x02{noise{\x02\x34"; // with beginnings of a magic
 
 struct SFaultRow
@@ -67,6 +68,8 @@ bool CSimulatedModuleServer::FindFault(std::string_view name, EModuleFault& faul
 
 void CSimulatedModuleServer::ProcessEvents(std::chrono::milliseconds timeout)
 {
+    if (mListener.IsPaused() && mListener.Resume())
+        mSelect.Watch(mListener.Get(), kListenerTag, true, false);
     mSelect.Wait(static_cast<unsigned>(GetWait(timeout).count()));
     const std::vector<CSelectWrapper::SReady> ready = mSelect.GetReady();
     for (const CSelectWrapper::SReady& r : ready)
@@ -90,6 +93,8 @@ void CSimulatedModuleServer::ProcessEvents(std::chrono::milliseconds timeout)
 std::chrono::milliseconds CSimulatedModuleServer::GetWait(std::chrono::milliseconds timeout) const
 {
     const Clock::time_point now = Clock::now();
+    if (mListener.IsPaused())
+        timeout = std::min(timeout, kPausedWait);
     for (const auto& [tag, client] : mClients)
     {
         if (client.mReplies.empty())
@@ -103,8 +108,9 @@ std::chrono::milliseconds CSimulatedModuleServer::GetWait(std::chrono::milliseco
 void CSimulatedModuleServer::Accept()
 {
     std::string peer;
-    mListener.Resume();
     CDescriptor socket = mListener.Accept(peer);
+    if (mListener.IsPaused()) // out of descriptors: it would be readable for as long as that lasts
+        mSelect.Watch(mListener.Get(), kListenerTag, false, false);
     if (!socket.IsOpen())
         return;
     mLog.LogFYI(eFyiNetwork, "Module: client %s connected", peer.c_str());

@@ -27,7 +27,7 @@ namespace
 {
 constexpr std::size_t kLongestMessage =
     CCepMessage::kHeaderSize + CBERLength::kMaxBytes + CBERLength::kMaxLength;
-constexpr std::size_t kReadSize = 64 * 1024; // bytes
+constexpr std::size_t kReadSize = 65'536; // bytes
 
 [[noreturn]] void FailToRead(const std::string& file)
 {

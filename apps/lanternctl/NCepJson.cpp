@@ -14,7 +14,7 @@ using LibMarlix::CCepMessage;
 
 namespace
 {
-enum class EKind
+enum class EKind : std::uint8_t
 {
     Unsigned,
     Signed,
@@ -24,33 +24,33 @@ enum class EKind
 
 struct STypeRow
 {
-    std::uint8_t mType;
     const char* mName;
+    std::uint8_t mType;
     EKind mKind;
-    unsigned mSize; // bytes of an element
+    std::uint8_t mSize; // bytes of an element
     bool mIsArray;
 };
 constexpr STypeRow kTypes[] = {
-    {LibMarlix::eTypeUInt8, "uint8", EKind::Unsigned, 1, false},
-    {LibMarlix::eTypeInt8, "int8", EKind::Signed, 1, false},
-    {LibMarlix::eTypeUInt16, "uint16", EKind::Unsigned, 2, false},
-    {LibMarlix::eTypeInt16, "int16", EKind::Signed, 2, false},
-    {LibMarlix::eTypeUInt32, "uint32", EKind::Unsigned, 4, false},
-    {LibMarlix::eTypeInt32, "int32", EKind::Signed, 4, false},
-    {LibMarlix::eTypeUInt64, "uint64", EKind::Unsigned, 8, false},
-    {LibMarlix::eTypeInt64, "int64", EKind::Signed, 8, false},
-    {LibMarlix::eTypeBool, "bool", EKind::Bool, 1, false},
-    {LibMarlix::eTypeString, "string", EKind::Text, 1, false},
-    {LibMarlix::eTypeXml, "xml", EKind::Text, 1, false},
-    {LibMarlix::eTypeArrayUInt8, "uint8[]", EKind::Unsigned, 1, true},
-    {LibMarlix::eTypeArrayInt8, "int8[]", EKind::Signed, 1, true},
-    {LibMarlix::eTypeArrayUInt16, "uint16[]", EKind::Unsigned, 2, true},
-    {LibMarlix::eTypeArrayInt16, "int16[]", EKind::Signed, 2, true},
-    {LibMarlix::eTypeArrayUInt32, "uint32[]", EKind::Unsigned, 4, true},
-    {LibMarlix::eTypeArrayInt32, "int32[]", EKind::Signed, 4, true},
-    {LibMarlix::eTypeArrayUInt64, "uint64[]", EKind::Unsigned, 8, true},
-    {LibMarlix::eTypeArrayInt64, "int64[]", EKind::Signed, 8, true},
-    {LibMarlix::eTypeArrayBool, "bool[]", EKind::Bool, 1, true},
+    {"uint8", LibMarlix::eTypeUInt8, EKind::Unsigned, 1, false},
+    {"int8", LibMarlix::eTypeInt8, EKind::Signed, 1, false},
+    {"uint16", LibMarlix::eTypeUInt16, EKind::Unsigned, 2, false},
+    {"int16", LibMarlix::eTypeInt16, EKind::Signed, 2, false},
+    {"uint32", LibMarlix::eTypeUInt32, EKind::Unsigned, 4, false},
+    {"int32", LibMarlix::eTypeInt32, EKind::Signed, 4, false},
+    {"uint64", LibMarlix::eTypeUInt64, EKind::Unsigned, 8, false},
+    {"int64", LibMarlix::eTypeInt64, EKind::Signed, 8, false},
+    {"bool", LibMarlix::eTypeBool, EKind::Bool, 1, false},
+    {"string", LibMarlix::eTypeString, EKind::Text, 1, false},
+    {"xml", LibMarlix::eTypeXml, EKind::Text, 1, false},
+    {"uint8[]", LibMarlix::eTypeArrayUInt8, EKind::Unsigned, 1, true},
+    {"int8[]", LibMarlix::eTypeArrayInt8, EKind::Signed, 1, true},
+    {"uint16[]", LibMarlix::eTypeArrayUInt16, EKind::Unsigned, 2, true},
+    {"int16[]", LibMarlix::eTypeArrayInt16, EKind::Signed, 2, true},
+    {"uint32[]", LibMarlix::eTypeArrayUInt32, EKind::Unsigned, 4, true},
+    {"int32[]", LibMarlix::eTypeArrayInt32, EKind::Signed, 4, true},
+    {"uint64[]", LibMarlix::eTypeArrayUInt64, EKind::Unsigned, 8, true},
+    {"int64[]", LibMarlix::eTypeArrayInt64, EKind::Signed, 8, true},
+    {"bool[]", LibMarlix::eTypeArrayBool, EKind::Bool, 1, true},
 };
 
 template <typename TTest>
@@ -100,23 +100,24 @@ std::vector<unsigned char> BytesOf(const CCepMessage& message, std::uint32_t key
     return bytes;
 }
 
-std::uint64_t LoadNumber(const unsigned char* bytes, unsigned size)
+// From the last byte on, which has the sign.
+std::uint64_t LoadElement(const STypeRow& row, const unsigned char* bytes)
 {
-    std::uint64_t bits = 0;
-    for (unsigned i = 0; i < size; ++i)
-        bits |= std::uint64_t{bytes[i]} << (8 * i);
+    const bool isNegative = row.mKind == EKind::Signed && (bytes[row.mSize - 1] & 0x80) != 0;
+    std::uint64_t bits = isNegative ? ~std::uint64_t{0} : 0;
+    for (unsigned i = row.mSize; i-- > 0;)
+        bits = bits << 8 | bytes[i];
     return bits;
 }
 
 Json::Value ElementFrom(const STypeRow& row, const unsigned char* bytes)
 {
-    const std::uint64_t bits = LoadNumber(bytes, row.mSize);
+    const std::uint64_t bits = LoadElement(row, bytes);
     if (row.mKind == EKind::Bool)
         return bits != 0;
     if (row.mKind == EKind::Unsigned)
         return Json::Value(Json::UInt64{bits});
-    const unsigned unused = 64 - 8 * row.mSize; // shifted out and in again, which repeats the sign
-    return Json::Value(static_cast<Json::Int64>(bits << unused) >> unused);
+    return Json::Value(static_cast<Json::Int64>(bits));
 }
 
 // Whether the bytes are those that the row's own value would be written as.
@@ -141,7 +142,7 @@ const STypeRow* FindFittingType(const CCepMessage& message, std::uint32_t key)
 // @returns false when the value is none of the row's
 bool AppendElement(const STypeRow& row, const Json::Value& value, std::vector<unsigned char>& bytes)
 {
-    const unsigned valueBits = 8 * row.mSize - (row.mKind == EKind::Signed ? 1 : 0);
+    const unsigned valueBits = 8u * row.mSize - (row.mKind == EKind::Signed ? 1 : 0);
     const auto largest = static_cast<std::uint64_t>(-1) >> (64 - valueBits);
     std::uint64_t bits = 0;
     if (row.mKind == EKind::Bool)

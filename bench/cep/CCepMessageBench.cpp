@@ -2,11 +2,11 @@
 // written by hand for this one alone; and by protobuf.
 #include "cep/CCepMessage.h"
 
-#include "ModuleState.pb.h"
 #include "bench/support/NAllocations.h"
 #include "cep/CCRC.h"
 #include "software/utility/NByteOrder.h"
 
+#include <ModuleState.pb.h> // made from the file beside this one
 #include <algorithm>
 #include <array>
 #include <memory>
