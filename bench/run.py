@@ -304,6 +304,20 @@ def in_process_row(job, ours, limit, absolute_goal=None, goal=None, allocations_
     return run
 
 
+def lateness_row(job, goal, share_goal):
+    """Periodic jobs in the daemon's loop, against a heap and clock_nanosleep. The share is turned round, so
+    that its goal is an upper bound too: the ideal number of runs over ours."""
+    def run(bench):
+        def measure(side):
+            program = bench.program("bench/software/utility/bench_job_lateness")
+            return bench.output_of(bench.server_core, [program, side, str(bench.seconds)])
+        ours, limit = bench.alternate(lambda: measure("ours"), lambda: measure("limit"))
+        yield from compare(job, ours, limit, {"p50_us": ("p50 of the lateness", "us", goal)})
+        yield Figure(job, "ideal/ours, runs", "", 1 / statistics.median(r["share"] for r in ours),
+                     1 / statistics.median(r["share"] for r in limit), goal=share_goal, absolute=True)
+    return run
+
+
 def idle_row(job, seconds, cpu_goal, memory_goal):
     """The daemon left alone."""
     def ticks(pid):
@@ -343,6 +357,12 @@ ROWS = {
                                 allocations_goal=2),
     "crc16": in_process_row("CRC-16/ARC of 4 KiB", "Crc16", "Crc16Limit", goal=1.11),
     "crc32": in_process_row("CRC-32 of 4 KiB", "Crc32", "Crc32Limit", goal=1.05),
+    "jobs-pass": in_process_row("Pass over 100 jobs, none due", "SchedulerPass", "SchedulerPassLimit", goal=2.5),
+    "jobs-dispatch": in_process_row("Run of an empty job", "DispatchJob", "DispatchJobLimit", goal=1.5),
+    "jobs-late": lateness_row("100 jobs of 10 to 20 ms", goal=1.1, share_goal=1 / 0.99),
+    "field-read": in_process_row("Register field read, mapped", "ReadField", "ReadFieldLimit", goal=1.5),
+    "field-write": in_process_row("Register field write, mapped", "WriteField", "WriteFieldLimit", goal=1.5),
+    "port-write": in_process_row("4096 words into a FIFO port", "WritePort", "WritePortLimit", goal=1.5),
     "idle": idle_row("lanternd left alone", 5, cpu_goal=1, memory_goal=30),
 }
 

@@ -1,6 +1,8 @@
 // Heat by zone: some for being on, and more for the light.
 #include "simulator/CSimulatedBoard.h"
 
+#include <limits>
+
 namespace
 {
 struct SZoneHeat
@@ -8,6 +10,8 @@ struct SZoneHeat
     double mIdleWatts;  // switched on, without light
     double mLightWatts; // in addition at full light
 };
+
+constexpr double kAbsurdTemperature = 300.0; // °C, what a broken line reads as
 
 constexpr SZoneHeat kZoneHeat[kThermalZones] = {
     {80.0, 1120.0}, // die
@@ -19,6 +23,7 @@ constexpr SZoneHeat kZoneHeat[kThermalZones] = {
 CSimulatedBoard::SZone::SZone(double fullSpeed, double heatCapacity)
     : mFan(fullSpeed)
     , mPlant(heatCapacity, mFan)
+    , mMeasured(mPlant.GetTemperature())
 {
 }
 
@@ -76,7 +81,30 @@ int CSimulatedBoard::GetPicture(EPictureSetting setting) const
 
 double CSimulatedBoard::GetTemperature(EThermalZone zone) const
 {
-    return ZoneAt(zone).mPlant.GetTemperature();
+    const SZone& measured = ZoneAt(zone);
+    switch (measured.mFault)
+    {
+    case ESensorFault::Silent: return std::numeric_limits<double>::quiet_NaN();
+    case ESensorFault::Absurd: return kAbsurdTemperature;
+    case ESensorFault::None:
+    case ESensorFault::Frozen: break;
+    }
+    return measured.mMeasured;
+}
+
+std::uint32_t CSimulatedBoard::GetSampleCount(EThermalZone zone) const
+{
+    return ZoneAt(zone).mSamples;
+}
+
+double CSimulatedBoard::GetAmbientTemperature() const
+{
+    return CThermalPlant::kAmbient;
+}
+
+void CSimulatedBoard::SetSensorFault(EThermalZone zone, ESensorFault fault) noexcept
+{
+    ZoneAt(zone).mFault = fault;
 }
 
 double CSimulatedBoard::GetFanSpeed(EThermalZone zone) const
@@ -103,5 +131,9 @@ void CSimulatedBoard::Advance(std::chrono::milliseconds step) noexcept
         // The fan first: a plant reads its fan once, and after a long step that must be the speed it reached.
         zone.mFan.Advance(step);
         zone.mPlant.Advance(step);
+        if (zone.mFault == ESensorFault::Frozen)
+            continue;
+        zone.mMeasured = zone.mPlant.GetTemperature();
+        ++zone.mSamples;
     }
 }

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <map>
 
 /// Does what it is told and remembers it. Power and light heat three zones, each with a fan of its own. Used
@@ -29,9 +30,21 @@ public:
     double GetTemperature(EThermalZone zone) const override;
     double GetFanSpeed(EThermalZone zone) const override;
     void SetFanDemand(EThermalZone zone, double demand) override;
+    std::uint32_t GetSampleCount(EThermalZone zone) const override;
+    double GetAmbientTemperature() const override; ///< always `CThermalPlant::kAmbient`
 
     /// Something stops the fan, or no longer does.
     void BlockFan(EThermalZone zone, bool blocked) noexcept { ZoneAt(zone).mFan.SetBlocked(blocked); }
+
+    /// How a sensor fails from now on.
+    enum class ESensorFault
+    {
+        None,
+        Silent, ///< gives no number
+        Absurd, ///< gives 300 °C
+        Frozen, ///< gives what it measured last, for ever
+    };
+    void SetSensorFault(EThermalZone zone, ESensorFault fault) noexcept;
 
     /// What it was told last.
     bool IsOn() const noexcept { return mIsOn; }
@@ -53,6 +66,9 @@ private:
 
         CSimulatedFan mFan;
         CThermalPlant mPlant; // refers to the fan
+        ESensorFault mFault = ESensorFault::None;
+        double mMeasured; // °C, at the last sample
+        std::uint32_t mSamples = 0;
     };
 
     SZone& ZoneAt(EThermalZone zone) noexcept { return mZones[static_cast<std::size_t>(zone)]; }

@@ -10,6 +10,7 @@
 #include "apps/lanternctl/CFavCommand.h"
 #include "apps/lanternctl/CGetCommand.h"
 #include "apps/lanternctl/CInfoCommand.h"
+#include "apps/lanternctl/CJobsCommand.h"
 #include "apps/lanternctl/CListCommand.h"
 #include "apps/lanternctl/CMenuCommand.h"
 #include "apps/lanternctl/CModulesCommand.h"
@@ -61,6 +62,7 @@ constexpr SCommandRow kCommands[] = {
     {"menu", "Show a menu and what is below it", &Make<CMenuCommand>, eOverTcp},
     {"fav", "Show or change the favourites", &Make<CFavCommand>, eOverTcp},
     {"modules", "List the groups of methods", &Make<CModulesCommand>, eOverTcp},
+    {"jobs", "Show the periodic work of the controller", &Make<CJobsCommand>, eOverTcp},
     {"call", "Call any method", &Make<CCallCommand>, eOverTcp},
     {"send", "Send one message as it is, over a serial line", &Make<CSendCommand>, eOverSerial},
     {"cep", "Messages of a companion module: decode, encode, talk, serve", &Make<CCepCommand>, kOverAll},
@@ -91,7 +93,8 @@ std::string GetWords(unsigned transports)
 
 constexpr char kFooter[] =
     "Over --ipc and --serial numbers are shown and taken as they are, without decimals and units (73.5 % is\n"
-    "735, on is 1), and list, menu, fav, modules, call and watch --alarms are not possible, nor status and\n"
+    "735, on is 1), and list, menu, fav, modules, jobs, call and watch --alarms are not possible, nor status "
+    "and\n"
     "alarms over --serial. Over --ipc you are the controller itself: no control is protected.\n"
     "Exit codes: 0 done, 1 the projector refused, 2 wrong usage, 3 no connection or no answer in time.\n"
     "Examples:\n"

@@ -3,11 +3,13 @@
 
 #include "apps/lanternd/NMenus.h"
 #include "apps/lanternd/NProcess.h"
+#include "apps/lanternd/NThermalFile.h"
 #include "apps/lanternd/SOptions.h"
 #include "software/bp/c4j/CC4jControl.h"
 #include "software/bp/c4j/CC4jMenu.h"
 #include "software/bp/c4j/CC4jSession.h"
 #include "software/bp/c4j/CC4jStatus.h"
+#include "software/bp/c4j/CC4jSystem.h"
 #include "software/bp/c4j/CJsonRpcServer.h"
 #include "software/bp/security/CLogInQueue.h"
 #include "software/bp/security/CSecret.h"
@@ -25,10 +27,12 @@
 #include "software/include/ILog.h"
 #include "software/utility/CAtomicFile.h"
 #include "software/utility/CException.h"
+#include "software/utility/CStopwatch.h"
 #include "software/utility/NReason.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <exception>
 #include <filesystem>
 #include <iostream>
@@ -41,7 +45,9 @@
 namespace
 {
 constexpr char kSource[] = "apps/lanternd/CDaemon";
-constexpr std::chrono::milliseconds kTick(20);
+constexpr std::chrono::milliseconds kSimulatorPeriod(20);
+constexpr std::chrono::milliseconds kStorePeriod(100);
+constexpr std::chrono::milliseconds kRest(20);   // after a pass that failed
 constexpr std::size_t kReservedDescriptors = 64; // for files, logs, timers and the other front ends
 
 // Made private to the daemon's account and group when it is missing.
@@ -91,23 +97,43 @@ CDaemon::CDaemon(const SOptions& options, ILog& log)
     , mStateLock(OpenStateFolder(options.mStateDir) + "/lanternd.lock", "state in " + options.mStateDir)
     , mDispatcher(log)
     , mStatus(log)
+    , mProjector(options.mTransport, mClock, log)
     , mLogic(mDispatcher, mProjector.GetHardware(), mStatus, log)
     , mSystemStatus(mStatus)
-    , mControls(mDispatcher,
-                [this](std::string_view code) -> IControlProxy& { return mLogic.GetProxy(code); })
+    , mControls(mDispatcher, [this](std::string_view code) -> IControlProxy& { return GetProxy(code); })
     , mStore(mDispatcher, options.mStateDir + "/controls.json", mSlowClock, log)
     , mMenu(options.mConfigDir, options.mStateDir + "/favmenu.json")
-    , mTick(kTick)
+    , mScheduler(mClock, log)
 {
     NProcess::SetFinestTimerSlack();
     mLog.LogFYI(eFyiStartup, "lanternd %s keeps its state in %s and is configured by %s", LANTERN_VERSION,
                 options.mStateDir.c_str(), options.mConfigDir.c_str());
     LoadControls(options);
     OpenAccounts(options);
+    mLogic.ConfigureThermal(NThermalFile::Load(options.mConfigDir + "/thermal.json"));
+    RegisterJobs();
     OpenServer(options);
 }
 
 CDaemon::~CDaemon() = default;
+
+IControlProxy& CDaemon::GetProxy(std::string_view code) noexcept
+{
+    return CSimulatedFaults::Serves(code) ? mProjector.GetFaults() : mLogic.GetProxy(code);
+}
+
+void CDaemon::RegisterJobs()
+{
+    const auto ms = [](std::chrono::milliseconds period)
+    { return static_cast<std::uint32_t>(period.count()); };
+    mScheduler.RegisterJob(
+        "simulator", [this, watch = CStopwatch(mClock)]() mutable { mProjector.Advance(watch.Take()); },
+        ms(kSimulatorPeriod));
+    mLogic.RegisterJobs(mScheduler, mClock);
+    mScheduler.RegisterJob(
+        "store", [this] { mStore.Update(); }, ms(kStorePeriod));
+    mJobTimer.Arm();
+}
 
 void CDaemon::LoadControls(const SOptions& options)
 {
@@ -139,8 +165,9 @@ void CDaemon::OpenAccounts(const SOptions& options)
     CSecret::Wipe(password);
     mLogIns = std::make_unique<CLogInQueue>(*mSecurity);
     mLogIns->SetProblemObserver(
-        [this](const std::string& problem)
-        { mSystemStatus.Report(ESystemItem::Accounts, problem.empty() ? eStatusOk : eStatusAlarm, problem); });
+        [this](const std::string& problem) {
+            mSystemStatus.Report(ESystemItem::Accounts, problem.empty() ? eStatusOk : eStatusAlarm, problem);
+        });
 }
 
 // The network comes last: nobody connects to a daemon that then refuses to start.
@@ -149,7 +176,8 @@ void CDaemon::OpenServer(const SOptions& options)
     OpenIpc(options);
     OpenSerialPorts(options);
     OpenJsonRpc(options);
-    mServer->AddWakeDescriptor(mTick.GetDescriptor());
+    mServer->AddWakeDescriptor(mJobTimer.GetDescriptor());
+    mServer->AddWakeDescriptor(mScheduler.GetWakeDescriptor());
     mServer->AddWakeDescriptor(mSignals.GetDescriptor());
     mServer->AddWakeDescriptor(mIpc->GetDescriptor());
     mServer->AddWakeDescriptor(mSerial->GetDescriptor());
@@ -208,6 +236,7 @@ void CDaemon::OpenJsonRpc(const SOptions& options)
     mMenuMethods = std::make_unique<CC4jMenu>(*mServer, mMenu);
     mSessionMethods = std::make_unique<CC4jSession>(*mServer, *mLogIns, *mSecurity,
                                                     MakeWebToken(options.mStateDir + "/web.token", mLog));
+    mSystemMethods = std::make_unique<CC4jSystem>(*mServer, mScheduler);
 }
 
 void CDaemon::PrintReady(std::ostream& out) const
@@ -246,8 +275,7 @@ bool CDaemon::RunPass(bool isWoken)
             mDispatcher.Update(); // the local IPC
             mSerial->Update();
             mLogIns->Update();
-            Advance();
-            mStore.Update();
+            mJobTimer.Run();
         }
         mServer->ProcessMessages();
         return mServer->IsWoken();
@@ -255,16 +283,7 @@ bool CDaemon::RunPass(bool isWoken)
     catch (const std::exception& error)
     {
         mLog.LogError("A pass of the loop ended early: %s", error.what());
-        std::this_thread::sleep_for(kTick); // what failed may fail for ever, and must not take the whole core
+        std::this_thread::sleep_for(kRest); // what failed may fail for ever, and must not take the whole core
         return true;
     }
-}
-
-void CDaemon::Advance()
-{
-    const std::chrono::milliseconds elapsed = mTick.TakeElapsed();
-    if (elapsed.count() == 0)
-        return;
-    mProjector.Advance(elapsed);
-    mLogic.Advance(elapsed);
 }

@@ -3,16 +3,17 @@
 
 #include "apps/lanternd/CControlStore.h"
 #include "apps/lanternd/CControlTable.h"
+#include "apps/lanternd/CJobTimer.h"
 #include "apps/lanternd/CLockFile.h"
 #include "apps/lanternd/CSignalWatch.h"
 #include "apps/lanternd/CSystemStatus.h"
 #include "apps/lanternd/CTemperatureRanges.h"
-#include "apps/lanternd/CTickTimer.h"
 #include "simulator/CSimulatedProjector.h"
 #include "software/bp/c4j/CJsonMenu.h"
 #include "software/bp/hwlogic/CProjectorLogic.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/status/CStatusDb.h"
+#include "software/utility/CJobScheduler.h"
 #include "software/utility/CMonotonicClockHighResPosix.h"
 #include "software/utility/CMonotonicClockLowRes.h"
 #include "software/utility/CTextCatalog.h"
@@ -21,17 +22,20 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class CC4jControl;
 class CC4jMenu;
 class CC4jSession;
 class CC4jStatus;
+class CC4jSystem;
 class CIpcEventDispatcher;
 class CJsonRpcServer;
 class CLogInQueue;
 class CSecurityManager;
 class CSerialHandler;
+class IControlProxy;
 class ILog;
 struct SOptions;
 
@@ -62,7 +66,8 @@ private:
     void OpenJsonRpc(const SOptions& options);
     void CloseServer();
     bool RunPass(bool isWoken); ///< @returns whether one of the daemon's own descriptors woke the wait
-    void Advance();
+    IControlProxy& GetProxy(std::string_view code) noexcept;
+    void RegisterJobs();
 
     ILog& mLog;
     CSignalWatch mSignals; // before the first thread starts, so that all of them leave the signals to it
@@ -79,7 +84,8 @@ private:
     CControlTable mControls;
     CControlStore mStore;
     CJsonMenu mMenu;
-    CTickTimer mTick; // drives the projector until the job scheduler takes over
+    CJobScheduler mScheduler; // its jobs work on what stands above
+    CJobTimer mJobTimer{mScheduler};
     std::unique_ptr<CSecurityManager> mSecurity;
     std::unique_ptr<CLogInQueue> mLogIns; // before those who wait for its results
     std::string mIpcName;                 // of the socket
@@ -91,4 +97,5 @@ private:
     std::unique_ptr<CC4jStatus> mStatusMethods;
     std::unique_ptr<CC4jMenu> mMenuMethods;
     std::unique_ptr<CC4jSession> mSessionMethods;
+    std::unique_ptr<CC4jSystem> mSystemMethods;
 };

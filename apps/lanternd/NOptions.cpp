@@ -19,6 +19,9 @@ const std::map<std::string, ELogLevel> kLogLevels{
     {"warning", ELogLevel::Warning}, {"error", ELogLevel::Error}, {"off", ELogLevel::Off},
 };
 
+const std::map<std::string, EPtTransport> kTransports{
+    {"local", EPtTransport::Local}, {"pcie", EPtTransport::Pcie}, {"spi", EPtTransport::Spi}};
+
 constexpr int kLastUnit = 1023; // addresses above it are not of single units
 
 std::string CheckAddress(const std::string& text)
@@ -67,6 +70,10 @@ void Declare(CLI::App& app, SOptions& options)
         ->check(CLI::Range(int{eRouting2And4}, int{eRoutingAll}))
         ->default_str("0")
         ->type_name("N");
+    app.add_option("--bus", options.mTransport, "Bus to the board's registers: local, pcie or spi")
+        ->transform(CLI::CheckedTransformer(kTransports).description(""))
+        ->default_str("local")
+        ->type_name("BUS");
     app.add_option("--max-clients", options.mMaxClients,
                    "Most connections at a time; default: what the limit on file descriptors allows")
         ->check(CLI::PositiveNumber)

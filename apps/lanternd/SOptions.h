@@ -1,6 +1,7 @@
 // What the command line chooses.
 #pragma once
 
+#include "software/bp/rtl/EPtTransport.h"
 #include "software/bp/serial/ENetworkRouting.h"
 #include "software/bp/serial/NIpcSocket.h"
 #include "software/include/ELogLevel.h"
@@ -25,6 +26,7 @@ struct SOptions
     std::vector<std::string> mSerialPorts;                ///< each "DEVICE", "DEVICE:BAUD" or "pty"
     int mAddress = CIpcMessage::kNoAddress;               ///< of this unit on the serial lines
     ENetworkRouting mRouting = eRouting2And4;             ///< between the serial lines
+    EPtTransport mTransport = EPtTransport::Local;        ///< of the board's registers
     ELogLevel mLogLevel = ELogLevel::Fyi;
     std::string mLogFile; ///< empty: none
     bool mUseSyslog = false;

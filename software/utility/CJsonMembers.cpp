@@ -55,6 +55,14 @@ int CJsonMembers::TakeInt(const char* name, int lowest, int highest, int otherwi
     return Has(name) ? TakeInt(name, lowest, highest) : otherwise;
 }
 
+double CJsonMembers::TakeNumber(const char* name)
+{
+    const Json::Value& value = Take(name);
+    if (!value.isDouble()) // true for whole numbers too
+        Refuse(name, "must be a number");
+    return value.asDouble();
+}
+
 bool CJsonMembers::TakeBool(const char* name)
 {
     const Json::Value& value = Take(name);

@@ -22,6 +22,7 @@ public:
     bool Has(const char* name) const;
     int TakeInt(const char* name, int lowest, int highest);
     int TakeInt(const char* name, int lowest, int highest, int otherwise); ///< `otherwise` when it is missing
+    double TakeNumber(const char* name);                                   ///< any number
     bool TakeBool(const char* name);
     bool TakeBool(const char* name, bool otherwise);
     std::string TakeText(const char* name); ///< well-formed, without NUL

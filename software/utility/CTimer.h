@@ -1,6 +1,8 @@
 // Measures intervals with a tick clock.
 #pragma once
 
+#include "software/utility/CTickRate.h"
+
 #include <cstdint>
 
 class IMonotonicClock;
@@ -39,10 +41,5 @@ private:
 
     const IMonotonicClock& mClock;
     std::uint32_t mStart = 0; // counts
-    const std::uint32_t mCountsPerS;
-    const std::uint32_t mCountsPerMs; // 0 for a clock below 1 kHz
-    const std::uint32_t mCountsPerUs; // 0 for a clock below 1 MHz
-    const std::uint32_t mWrapS;       // longest interval in each unit
-    const std::uint64_t mWrapMs;
-    const std::uint64_t mWrapUs;
+    const CTickRate mRate;
 };

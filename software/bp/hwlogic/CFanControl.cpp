@@ -1,52 +1,56 @@
-// The rule: nothing up to a starting temperature, then in proportion, up to what the mode allows.
+// The zones are cooled by themselves; mode and ambient temperature are what they share.
 #include "software/bp/hwlogic/CFanControl.h"
 
-#include <algorithm>
-#include <cmath>
-#include <iterator>
+#include "software/bp/hwlogic/SThermalConfig.h"
 
 namespace
 {
-struct SFanRule
+constexpr double kPercent = 100.0;
+}
+
+CFanControl::CFanControl(ICoolingBoard& board, ILog& log)
+    : mBoard(board)
+    , mLoops(log)
+    , mZones{CZoneCooling(board, EThermalZone::Die, mLoops, log),
+             CZoneCooling(board, EThermalZone::LightSource, mLoops, log),
+             CZoneCooling(board, EThermalZone::PowerSupply, mLoops, log)}
 {
-    double mStart; // °C, fans stand still below it
-    double mFull;  // °C, where full speed would be reached
-    double mMost;  // highest demand, for the sake of the noise
-};
+}
 
-constexpr SFanRule kRules[] = {
-    {35.0, 60.0, 1.0}, // default
-    {40.0, 80.0, 0.4}, // quiet
-    {28.0, 45.0, 1.0}, // performance
-};
-
-constexpr EThermalZone kZones[kThermalZones] = {EThermalZone::Die, EThermalZone::LightSource,
-                                                EThermalZone::PowerSupply};
-} // namespace
-
-double CFanControl::DemandAt(EMode mode, double celsius) noexcept
+void CFanControl::Configure(const SThermalConfig& config)
 {
-    if (!std::isfinite(celsius))
-        return 1.0;
-    const SFanRule& rule = kRules[mode];
-    return std::clamp((celsius - rule.mStart) / (rule.mFull - rule.mStart), 0.0, rule.mMost);
+    for (std::size_t zone = 0; zone < kThermalZones; ++zone)
+        mZones[zone].Configure(config.mZones[zone], config.mCurves);
+    mIsConfigured = true;
+    Update(); // so that nobody sees zones without a temperature
 }
 
 void CFanControl::Update()
 {
-    for (const EThermalZone zone : kZones)
-    {
-        double& demand = mDemands[static_cast<std::size_t>(zone)];
-        demand = DemandAt(mMode, mBoard.GetTemperature(zone));
-        mBoard.SetFanDemand(zone, demand);
-    }
+    if (!mIsConfigured)
+        return;
+    const double ambient = mBoard.GetAmbientTemperature();
+    for (CZoneCooling& zone : mZones)
+        zone.Sample(ambient);
+}
+
+double CFanControl::GetDemand(EThermalZone zone) const noexcept
+{
+    return mZones[static_cast<std::size_t>(zone)].GetDemand() / kPercent;
+}
+
+double CFanControl::GetTemperature(EThermalZone zone) const
+{
+    return mZones[static_cast<std::size_t>(zone)].GetTemperature();
 }
 
 bool CFanControl::ApplyValue(const std::string&, int value)
 {
-    if (value < 0 || value >= static_cast<int>(std::size(kRules)))
+    if (value < 0 || value >= static_cast<int>(kThermalModes))
         return false;
-    mMode = static_cast<EMode>(value);
+    mMode = static_cast<ETcmMode>(value);
+    for (CZoneCooling& zone : mZones)
+        zone.SetMode(mMode);
     return true;
 }
 

@@ -4,6 +4,10 @@
 #include "software/bp/hwlogic/ICoolingBoard.h"
 #include "software/bp/hwlogic/ILensMotor.h"
 #include "software/bp/serial/CProjCon.h"
+#include "software/utility/CJobScheduler.h"
+#include "software/utility/CStopwatch.h"
+
+#include <cstdint>
 
 namespace
 {
@@ -34,6 +38,26 @@ constexpr SZoneCodes kZoneCodes[kThermalZones] = {
 };
 } // namespace
 
+struct CProjectorLogic::SJobRow
+{
+    const char* mName;
+    std::chrono::milliseconds mPeriod;
+    void (*mRun)(CProjectorLogic& logic, std::chrono::milliseconds elapsed);
+};
+
+const CProjectorLogic::SJobRow CProjectorLogic::kJobs[] = {
+    {"lens", kLensPeriod,
+     [](CProjectorLogic& logic, std::chrono::milliseconds) { logic.mLensReadouts.Update(); }},
+    {"thermal", CFanControl::kSamplePeriod,
+     [](CProjectorLogic& logic, std::chrono::milliseconds) { logic.mFans.Update(); }},
+    {"readouts", kReadoutPeriod,
+     [](CProjectorLogic& logic, std::chrono::milliseconds elapsed) { logic.UpdateReadouts(elapsed); }},
+    {"derating", kSlowPeriod,
+     [](CProjectorLogic& logic, std::chrono::milliseconds elapsed) { logic.mDerating.Advance(elapsed); }},
+    {"hours", kSlowPeriod,
+     [](CProjectorLogic& logic, std::chrono::milliseconds elapsed) { logic.mHours.Advance(elapsed); }},
+};
+
 CProjectorLogic::CProjectorLogic(CEventDispatcher& dispatcher, const SProjectorHardware& hardware,
                                  CStatusDb& status, ILog& log)
     : mBoard(hardware.mBoard)
@@ -41,7 +65,7 @@ CProjectorLogic::CProjectorLogic(CEventDispatcher& dispatcher, const SProjectorH
             CLensAxisProxy(dispatcher, *hardware.mLens[2]), CLensAxisProxy(dispatcher, *hardware.mLens[3])}
     , mLensHome(dispatcher)
     , mReset(dispatcher, log)
-    , mFans(hardware.mCooling)
+    , mFans(hardware.mCooling, log)
     , mDerating(dispatcher, kLightCode, hardware.mCooling, log)
     , mHours(dispatcher, "OPH", "PWR")
     , mLensReadouts(dispatcher)
@@ -91,17 +115,16 @@ int CProjectorLogic::GetLastingValue(const CProjCon& control) const
     return control.GetCode() == kLightCode ? mDerating.GetWanted(control) : control.GetValue();
 }
 
-void CProjectorLogic::Advance(std::chrono::milliseconds elapsed)
+void CProjectorLogic::UpdateReadouts(std::chrono::milliseconds elapsed)
 {
-    mFans.Update();
-    mDerating.Advance(elapsed);
-    mHours.Advance(elapsed);
-    mLensReadouts.Update();
-
-    mSinceReadout += elapsed;
-    if (mSinceReadout < kReadoutPeriod)
-        return;
     mThermalReadouts.Update();
-    mMonitor.Update(mSinceReadout);
-    mSinceReadout = std::chrono::milliseconds(0);
+    mMonitor.Update(elapsed);
+}
+
+void CProjectorLogic::RegisterJobs(CJobScheduler& scheduler, const IMonotonicClock& clock)
+{
+    for (const SJobRow& row : kJobs)
+        scheduler.RegisterJob(
+            row.mName, [this, &row, watch = CStopwatch(clock)]() mutable { (row.mRun)(*this, watch.Take()); },
+            static_cast<std::uint32_t>(row.mPeriod.count()));
 }

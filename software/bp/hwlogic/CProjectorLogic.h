@@ -20,12 +20,15 @@
 #include <string_view>
 
 class CEventDispatcher;
+class CJobScheduler;
 class CProjCon;
 class CStatusDb;
 class ICoolingBoard;
 class ILensMotor;
 class ILog;
+class IMonotonicClock;
 class IProjectorBoard;
+struct SThermalConfig;
 
 constexpr std::size_t kLensAxes = 4;
 
@@ -54,15 +57,25 @@ public:
     /// it down by itself.
     int GetLastingValue(const CProjCon& control) const;
 
-    /// Runs fans, light limit, counters, read-outs and status; to be called every few ten milliseconds.
-    /// @param elapsed  time since the last call
-    void Advance(std::chrono::milliseconds elapsed);
+    /// Brings the fans under the control of their loops; before, they run at a safe speed.
+    /// @throws CException "Thermal zone %d: REASON"
+    void ConfigureThermal(const SThermalConfig& config) { mFans.Configure(config); }
 
+    /// Registers what goes on by itself: fans, light limit, counters, read-outs, status.
+    /// @param clock  what the jobs measure their time with; like this it outlives the scheduler
+    void RegisterJobs(CJobScheduler& scheduler, const IMonotonicClock& clock);
+
+    static constexpr std::chrono::milliseconds kLensPeriod{40};   ///< positions of a moving lens are shown
+    static constexpr std::chrono::milliseconds kSlowPeriod{1000}; ///< light limit and counters
     /// Temperatures and fan speeds are shown at this pace: more often than anybody reads would only load the
     /// clients that listen while the projector warms up.
     static constexpr std::chrono::milliseconds kReadoutPeriod{200};
 
 private:
+    struct SJobRow;
+    static const SJobRow kJobs[];
+
+    void UpdateReadouts(std::chrono::milliseconds elapsed);
     void BindLens(const SProjectorHardware& hardware);
     void BindReadouts(const ICoolingBoard& board);
 
@@ -79,6 +92,5 @@ private:
     CReadouts mLensReadouts;
     CReadouts mThermalReadouts;
     CStatusMonitor mMonitor;
-    std::chrono::milliseconds mSinceReadout{0};
     std::map<std::string, IControlProxy*, std::less<>> mProxies; // those outside the board's table, by code
 };

@@ -96,7 +96,7 @@ void CStatusMonitor::Update(std::chrono::milliseconds elapsed)
 
 void CStatusMonitor::UpdateTemperature(SZone& zone, std::chrono::milliseconds elapsed)
 {
-    const double celsius = mBoard.GetTemperature(zone.mZone);
+    const double celsius = mFanControl.GetTemperature(zone.mZone);
     const EStatusLevel status = zone.mHeat.Update(celsius, elapsed);
     mStatus.Set(kTemperatures, IndexOf(zone.mZone), status,
                 std::isfinite(celsius) ? Print("%.1f °C", celsius).data() : kNoReading);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 /// Where heat arises; each zone has a sensor and a fan of its own.
 enum class EThermalZone
@@ -23,4 +24,9 @@ public:
     GetTemperature(EThermalZone zone) const = 0;             ///< °C; not a number when the sensor is silent
     virtual double GetFanSpeed(EThermalZone zone) const = 0; ///< rpm
     virtual void SetFanDemand(EThermalZone zone, double demand) = 0; ///< 0 (stopped) to 1 (full speed)
+
+    /// How often the zone's sensor has measured so far: a count that stands still tells of a sensor that does
+    /// no longer. Wraps.
+    virtual std::uint32_t GetSampleCount(EThermalZone zone) const = 0;
+    virtual double GetAmbientTemperature() const = 0; ///< °C; not a number when the sensor is silent
 };

@@ -68,6 +68,9 @@ TEST_F(LanternCtlDaemon, DrivesTheSimulatedProjector)
     EXPECT_EQ(Run({"get", "GPW"}, 1), "lanternctl: GPW: Invalid Access Group (117)\n");
     EXPECT_EQ(Run({"set", "DAT", "2026-02-30"}, 1), "lanternctl: DAT: Failed to set Hardware (112)\n");
     EXPECT_THAT(Run({"get", "TP1", "FN1"}), testing::ContainsRegex("TP1  [0-9.]+ °C\nFN1  [0-9]+ rpm\n"));
+    EXPECT_THAT(Run({"jobs"}), testing::ContainsRegex("JOB +PERIOD +RUNS +LATE mean +max +TOOK mean +max\n"
+                                                      "simulator +20 ms +[0-9]+ +[0-9.]+ ms"));
+    EXPECT_THAT(Run({"--json", "jobs"}), HasSubstr("\"name\":\"thermal\",\"periodUs\":1000000,"));
     EXPECT_EQ(Run({"set", "RST"}), "");
     EXPECT_EQ(Run({"get", "LUM"}), "100.0\n");
 }

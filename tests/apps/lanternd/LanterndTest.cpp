@@ -138,6 +138,21 @@ TEST_F(Lanternd, TheProjectorBehindItMovesAndWarmsUp)
     EXPECT_TRUE(AwaitValue(client, "LPF", 0));
 }
 
+TEST_F(Lanternd, ReachesItsBoardOverEveryBus)
+{
+    for (const char* bus : {"local", "pcie", "spi"})
+    {
+        SCOPED_TRACE(bus);
+        CDaemonProcess daemon(mFolder.File(bus), {"--bus", bus});
+        CRpcConnection client(daemon.GetPort());
+        EXPECT_EQ(client.Set("PAT", 4)["result"]["value"], 4);
+        EXPECT_EQ(client.Set("PWR", true)["result"]["value"], true);
+        for (int i = 0; i < 500 && client.Get("TP1").asInt() <= 250; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        EXPECT_GT(client.Get("TP1").asInt(), 250); // the heat comes back through the die sensor
+    }
+}
+
 TEST_F(Lanternd, KeepsValuesAcrossARestartAndResetsThem)
 {
     {
@@ -350,7 +365,7 @@ TEST_F(Lanternd, IsQuietWhenNothingHappens)
 {
     CDaemonProcess daemon(mState);
     CRpcConnection client(daemon.GetPort());
-    for (const char* code : {"TP1", "FN1", "LPH", "LUM", "OPH"})
+    for (const char* code : {"TP1", "LPH", "LUM", "OPH"}) // the fans are still starting
     {
         Json::Value params;
         params.append(code);

@@ -45,6 +45,7 @@ TEST(LanterndOptions, HaveDefaults)
     EXPECT_TRUE(parsed.mOptions.mSerialPorts.empty());
     EXPECT_EQ(parsed.mOptions.mAddress, 65533);
     EXPECT_EQ(parsed.mOptions.mRouting, eRouting2And4);
+    EXPECT_EQ(parsed.mOptions.mTransport, EPtTransport::Local);
     EXPECT_EQ(parsed.mOptions.mMaxClients, 0u);
     EXPECT_EQ(parsed.mOptions.mMaxPerPeer, 0u);
     EXPECT_EQ(parsed.mOptions.mMaxPendingBytes, 67108864u);
@@ -72,6 +73,8 @@ TEST(LanterndOptions, AreTaken)
                                   "1023",
                                   "--routing",
                                   "3",
+                                  "--bus",
+                                  "spi",
                                   "--max-clients",
                                   "7",
                                   "--max-per-peer",
@@ -93,6 +96,7 @@ TEST(LanterndOptions, AreTaken)
     EXPECT_EQ(parsed.mOptions.mSerialPorts, (std::vector<std::string>{"/dev/ttyS0:9600", "pty"}));
     EXPECT_EQ(parsed.mOptions.mAddress, 1023);
     EXPECT_EQ(parsed.mOptions.mRouting, eRoutingAll);
+    EXPECT_EQ(parsed.mOptions.mTransport, EPtTransport::Spi);
     EXPECT_EQ(parsed.mOptions.mMaxClients, 7u);
     EXPECT_EQ(parsed.mOptions.mMaxPerPeer, 3u);
     EXPECT_EQ(parsed.mOptions.mMaxPendingBytes, 1000000u);
@@ -117,6 +121,7 @@ TEST(LanterndOptions, WrongUsageIsOneSentenceAndCode2)
         {"--address", "1024"},
         {"--address", "-1"},
         {"--routing", "4"},
+        {"--bus", "usb"},
         {"--max-clients", "0"},
         {"--max-per-peer", "0"},
         {"--max-pending", "-5"},
@@ -141,7 +146,7 @@ TEST(LanterndOptions, HelpAndVersionGoToStandardOutput)
     const SParsed help = Parse({"--help"});
     EXPECT_EQ(help.mExitCode, 0);
     for (const char* option :
-         {"--port", "--bind", "--run-dir", "--serial", "--address", "--routing", "--state-dir",
+         {"--port", "--bind", "--run-dir", "--serial", "--address", "--routing", "--bus", "--state-dir",
           "--config-dir", "--max-clients", "--max-per-peer", "--max-pending", "--language", "--log",
           "--log-file", "--syslog", "--version", "7400"})
         EXPECT_NE(help.mOut.find(option), std::string::npos) << option;

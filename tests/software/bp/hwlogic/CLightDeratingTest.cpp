@@ -19,6 +19,8 @@ public:
     double GetTemperature(EThermalZone) const override { return mCelsius; }
     double GetFanSpeed(EThermalZone) const override { return 0.0; }
     void SetFanDemand(EThermalZone, double) override {}
+    std::uint32_t GetSampleCount(EThermalZone) const override { return 0; }
+    double GetAmbientTemperature() const override { return 25.0; }
 
     double mCelsius = 25.0;
 };

@@ -1,12 +1,16 @@
 // Controls, logic and simulated boards together: what a set does to the hardware, and what comes back.
 #include "software/bp/hwlogic/CProjectorLogic.h"
 
+#include "apps/lanternd/NThermalFile.h"
+
 #include "simulator/CSimulatedBoard.h"
 #include "simulator/CSimulatedLensMotor.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
 #include "software/bp/status/CStatusDb.h"
 #include "software/include/EError.h"
+#include "software/utility/CJobScheduler.h"
+#include "tests/support/CManualClock.h"
 #include "tests/support/CRecordingLog.h"
 #include "tests/support/CRecordingNotifier.h"
 
@@ -34,7 +38,12 @@ public:
 class ProjectorLogic : public testing::Test
 {
 protected:
-    ProjectorLogic() { mDispatcher.SetControlNotifier(&mNotifier); }
+    ProjectorLogic()
+    {
+        mDispatcher.SetControlNotifier(&mNotifier);
+        mLogic.ConfigureThermal(NThermalFile::Load(LANTERN_TEST_CONFIG_DIR "/thermal.json"));
+        mLogic.RegisterJobs(mScheduler, mClock);
+    }
 
     CProjCon& AddInteger(const char* code, int minimum, int maximum, unsigned char decimals = 0,
                          bool readOnly = false)
@@ -70,11 +79,18 @@ protected:
             mBoard.Advance(20ms);
             for (CSimulatedLensMotor& motor : mMotors)
                 motor.Advance(20ms);
-            mLogic.Advance(20ms);
+            Pass(20ms);
         }
     }
 
+    void Pass(std::chrono::milliseconds time) // the hardware stands still
+    {
+        mClock.AdvanceMs(static_cast<std::uint32_t>(time.count()));
+        mScheduler.Run();
+    }
+
     CRecordingLog mLog;
+    CManualClock mClock{1000000};
     CRecordingNotifier mNotifier;
     CEventDispatcher mDispatcher{mLog};
     CSimulatedBoard mBoard;
@@ -83,6 +99,7 @@ protected:
     CStatusDb mStatus{mLog};
     CProjectorLogic mLogic{
         mDispatcher, {mBoard, mBoard, {&mMotors[0], &mMotors[1], &mMotors[2], &mStuckZoom}}, mStatus, mLog};
+    CJobScheduler mScheduler{mClock, mLog};
     std::vector<std::unique_ptr<CProjCon>> mControls;
 };
 } // namespace
@@ -176,18 +193,9 @@ TEST_F(ProjectorLogic, AWarmProjectorShowsItsHeatAndComesToRest)
     EXPECT_TRUE(mNotifier.Take().empty()); // settled: nothing to announce
 }
 
-TEST_F(ProjectorLogic, TheThermalModeChoosesNoiseOrHeat)
+TEST_F(ProjectorLogic, OnlyThermalModesThatExistAreTaken)
 {
     CProjCon& mode = AddInteger("TCM", 0, 100);
-    const std::pair<double, double> cases[] = {{34.9, 0.0}, {47.5, 0.5}, {90.0, 1.0}};
-    for (const auto& [celsius, demand] : cases)
-        EXPECT_NEAR(CFanControl::DemandAt(CFanControl::eModeDefault, celsius), demand, 1e-9);
-    EXPECT_LT(CFanControl::DemandAt(CFanControl::eModeQuiet, 50.0),
-              CFanControl::DemandAt(CFanControl::eModeDefault, 50.0));
-    EXPECT_GT(CFanControl::DemandAt(CFanControl::eModePerformance, 40.0),
-              CFanControl::DemandAt(CFanControl::eModeDefault, 40.0));
-    EXPECT_EQ(CFanControl::DemandAt(CFanControl::eModeQuiet, std::nan("")), 1.0); // a silent sensor
-
     EXPECT_EQ(mode.SetValue(2), eErrorNone);
     EXPECT_EQ(mode.SetValue(3), eErrorHardware);
     EXPECT_EQ(mode.GetValue(), 2);
@@ -197,14 +205,15 @@ TEST_F(ProjectorLogic, CountsTheHoursItIsOn)
 {
     CProjCon& hours = AddInteger("OPH", 0, 1000000, 1, true);
     CProjCon& power = AddBoolean("PWR");
-    mLogic.Advance(1h); // off
+    Pass(1h); // off
     EXPECT_EQ(hours.GetValue(), 0);
     power.SetValue(1);
-    mLogic.Advance(6min - 1ms);
+    Pass(6min - 1ms);
     EXPECT_EQ(hours.GetValue(), 0);
-    mLogic.Advance(1ms);
+    Pass(1s);
     EXPECT_EQ(hours.GetValue(), 1);
-    mLogic.Advance(90min);
+    Pass(60min);
+    Pass(30min);
     EXPECT_EQ(hours.GetValue(), 16);
     EXPECT_TRUE(hours.IsDirty());
 }
@@ -212,19 +221,19 @@ TEST_F(ProjectorLogic, CountsTheHoursItIsOn)
 TEST_F(ProjectorLogic, HeatRaisesAnAlarmOnceAndCoolingClearsIt)
 {
     CProjCon& light = AddInteger("LUM", 0, 1000, 1);
-    CProjCon& mode = AddInteger("TCM", 0, 100);
-    mode.SetValue(CFanControl::eModeQuiet);
     light.SetValue(1000);
     AddBoolean("PWR").SetValue(1);
     Advance(300s);
-    ASSERT_EQ(mStatus.GetAlarms().size(), 1u);
+    EXPECT_TRUE(mStatus.GetAlarms().empty());
+    mBoard.BlockFan(EThermalZone::Die, true);
+    Advance(300s);
+    ASSERT_EQ(mStatus.GetAlarms().size(), 2u); // with that of the fan
     EXPECT_EQ(mStatus.GetAlarms()[0].mDescription, "Image device");
     EXPECT_EQ(mStatus.GetAlarms()[0].mStatus, eStatusAlarm);
     EXPECT_LT(light.GetValue(), 1000);              // held down by the heat
     EXPECT_EQ(mLogic.GetLastingValue(light), 1000); // but that is not what somebody chose
-    EXPECT_EQ(mLogic.GetLastingValue(mode), CFanControl::eModeQuiet);
 
-    mode.SetValue(CFanControl::eModeDefault);
+    mBoard.BlockFan(EThermalZone::Die, false);
     Advance(300s);
     EXPECT_TRUE(mStatus.GetAlarms().empty());
     EXPECT_EQ(light.GetValue(), 1000);
@@ -232,7 +241,7 @@ TEST_F(ProjectorLogic, HeatRaisesAnAlarmOnceAndCoolingClearsIt)
     const auto raised = std::count_if(lines.begin(), lines.end(),
                                       [](const CRecordingLog::SLine& line)
                                       { return line.mText.find("raises an alarm") != std::string::npos; });
-    EXPECT_EQ(raised, 1);
+    EXPECT_EQ(raised, 2);
 }
 
 TEST_F(ProjectorLogic, WhatDoesNotMoveAsItShouldRaisesAnAlarm)
