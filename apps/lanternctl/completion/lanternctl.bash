@@ -33,6 +33,7 @@ _lanternctl()
     case $previous in
     --format)
         words='table codes markdown'
+        [[ $command == cep ]] && words='1 2'
         ;;
     --host)
         COMPREPLY=($(compgen -A hostname -- "$current"))
@@ -59,6 +60,12 @@ _lanternctl()
             case $command:$arguments in
             :0) words='%COMMANDS%' ;;
             completion:0) words='bash zsh' ;;
+            cep:0) words='decode encode talk serve' ;;
+            cep:1)
+                COMPREPLY=($(compgen -f -- "$current"))
+                return
+                ;;
+            cep:2) words='get set' ;;
             fav:0) words='list add remove clear' ;;
             account:0) words='list add passwd remove' ;;
             status:0)

@@ -32,7 +32,7 @@ _lanternctl() {
     done
     case $previous in
     (--format)
-        compadd table codes markdown
+        [[ $command == cep ]] && compadd 1 2 || compadd table codes markdown
         return
         ;;
     (--host)
@@ -61,6 +61,9 @@ _lanternctl() {
     case $command:$arguments in
     (:0) _describe command subcommands ;;
     (completion:0) compadd bash zsh ;;
+    (cep:0) compadd decode encode talk serve ;;
+    (cep:1) _files ;;
+    (cep:2) compadd get set ;;
     (fav:0) compadd list add remove clear ;;
     (account:0) compadd list add passwd remove ;;
     (status:0)
