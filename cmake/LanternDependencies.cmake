@@ -4,10 +4,11 @@ find_package(Threads REQUIRED)
 find_package(Boost 1.74 REQUIRED COMPONENTS chrono thread)
 find_package(jsoncpp REQUIRED)
 find_package(spdlog REQUIRED)
+find_package(ZLIB REQUIRED)
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
 
 # The same libraries as pkg-config knows them; lantern.pc hands them on.
-set(LANTERN_PKGCONFIG_REQUIRES "jsoncpp spdlog libutf8proc libcrypto")
+set(LANTERN_PKGCONFIG_REQUIRES "jsoncpp spdlog libutf8proc libcrypto zlib")
 set(LANTERN_PKGCONFIG_LIBS "-lboost_thread -lboost_chrono") # Boost has no files of pkg-config's

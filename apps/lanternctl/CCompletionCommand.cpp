@@ -48,6 +48,21 @@ std::string LongOptions(const CLI::App& arguments, bool onlyWithValue, std::stri
     return list;
 }
 
+const auto kAll = [](const CLI::App*) { return true; };
+
+// Of a command, and of the actions that it has as commands of their own.
+std::string OwnOptions(const CLI::App& command, bool onlyWithValue, std::string_view separator)
+{
+    std::string list = LongOptions(command, onlyWithValue, separator);
+    for (const CLI::App* action : command.get_subcommands(kAll))
+    {
+        const std::string options = LongOptions(*action, onlyWithValue, separator);
+        if (!options.empty())
+            Append(list, separator, options);
+    }
+    return list;
+}
+
 // "'get:Show values'", a line each: the form of zsh's _describe.
 std::string DescribedCommands(const std::vector<const CLI::App*>& commands)
 {
@@ -73,8 +88,7 @@ void CCompletionCommand::Declare(CLI::App& arguments)
 EExitCode CCompletionCommand::Run(CSession& session)
 {
     const CLI::App& program = *mArguments->get_parent();
-    const std::vector<const CLI::App*> commands =
-        program.get_subcommands([](const CLI::App*) { return true; });
+    const std::vector<const CLI::App*> commands = program.get_subcommands(kAll);
     std::string names;
     std::string options; // "list) options='--format' ;;", a line each
     std::string valueOptions = LongOptions(program, true, "|");
@@ -82,8 +96,8 @@ EExitCode CCompletionCommand::Run(CSession& session)
     {
         Append(names, " ", command->get_name());
         Append(options, "\n",
-               "    " + command->get_name() + ") own='" + LongOptions(*command, false, " ") + "' ;;");
-        const std::string withValue = LongOptions(*command, true, "|");
+               "    " + command->get_name() + ") own='" + OwnOptions(*command, false, " ") + "' ;;");
+        const std::string withValue = OwnOptions(*command, true, "|");
         if (!withValue.empty())
             Append(valueOptions, "|", withValue);
     }

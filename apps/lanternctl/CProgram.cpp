@@ -4,6 +4,7 @@
 #include "apps/lanternctl/CAccountCommand.h"
 #include "apps/lanternctl/CAlarmsCommand.h"
 #include "apps/lanternctl/CCallCommand.h"
+#include "apps/lanternctl/CCepCommand.h"
 #include "apps/lanternctl/CCommandFailure.h"
 #include "apps/lanternctl/CCompletionCommand.h"
 #include "apps/lanternctl/CFavCommand.h"
@@ -64,6 +65,7 @@ constexpr SCommandRow kCommands[] = {
     {"jobs", "Show the periodic work of the controller", &Make<CJobsCommand>, eOverTcp},
     {"call", "Call any method", &Make<CCallCommand>, eOverTcp},
     {"send", "Send one message as it is, over a serial line", &Make<CSendCommand>, eOverSerial},
+    {"cep", "Messages of a companion module: decode, encode, talk, serve", &Make<CCepCommand>, kOverAll},
     {"account", "List and change who may log in, in the daemon's state folder", &Make<CAccountCommand>,
      kOverAll},
     {"completion", "Print a completion script for a shell", &Make<CCompletionCommand>, kOverAll},

@@ -99,7 +99,7 @@ TEST_F(LanternCtl, SaysWhyItDidNot)
          2,
          "",
          "lanternctl: no such command \"fly\"; one of: get, set, info, list, watch, status, alarms, menu, "
-         "fav, modules, jobs, call, send, account, "
+         "fav, modules, jobs, call, send, cep, account, "
          "completion "
          "(see lanternctl --help)\n"},
         {{"set", "NME", "-x"},
@@ -286,12 +286,19 @@ TEST_F(LanternCtl, PeopleGetUnitsAndNothingThatSteersTheirTerminal)
 TEST_F(LanternCtl, CompletionOffersWhatFits)
 {
     const std::pair<std::string, std::string> rows[] = {
-        {"''", "get set info list watch status alarms menu fav modules jobs call send account completion"},
+        {"''",
+         "get set info list watch status alarms menu fav modules jobs call send cep account completion"},
         {"se", "set send"},
         {"fav ''", "list add remove clear"},
+        {"account ''", "list add passwd remove"},
+        {"account a", "add"},
+        {"--port 1 status ''", ""}, // nobody there
         {"--port @ fav add l", "LHM LUM"},
         {"list --fo", "--format"},
         {"list --format c", "codes"},
+        {"cep ''", "decode encode talk serve"},
+        {"cep encode --format ''", "1 2"},
+        {"cep talk /run/module g", "get"},
         {"--port @ set l", "LHM LUM"}, // of the projector that the line names
         {"--port @ get LUM B", "BRI"},
         {"--port @ set LUM B", ""},
