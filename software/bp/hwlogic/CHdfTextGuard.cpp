@@ -161,7 +161,9 @@ private:
             return;
         if (line.front() == '#')
         {
-            if (line.substr(0, kInclude.size()) == kInclude)
+            // Blanks behind it are gone already.
+            if (line.substr(0, kInclude.size()) == kInclude &&
+                (line.size() == kInclude.size() || Is(line[kInclude.size()], eBlank)))
                 Refuse("files are not included");
             return;
         }
@@ -239,7 +241,7 @@ private:
         Refuse("the end mark of the value is missing");
     }
 
-    static constexpr std::string_view kInclude = "#include ";
+    static constexpr std::string_view kInclude = "#include";
 
     std::string_view mRest;
     std::size_t mLine = 0;

@@ -41,10 +41,16 @@ bool HasLink(HDF* node)
     return false;
 }
 
+NHdfTree::Tree ReadTree(const std::string& text)
+{
+    NHdfTree::Tree tree = NHdfTree::Make("ReadTree");
+    NHdfTree::Read("ReadTree", tree.get(), text.c_str()); // the guard refuses what the library would refuse
+    return tree;
+}
+
 void CheckTree(const std::string& text)
 {
-    const NHdfTree::Tree tree = NHdfTree::Make("CheckTree");
-    NHdfTree::Read("CheckTree", tree.get(), text.c_str()); // the guard refuses what the library would refuse
+    const NHdfTree::Tree tree = ReadTree(text);
     Require(NHdfTree::GetDepth(tree.get()) <= CHdfTextGuard::kMaxDepth && !HasLink(tree.get()));
 }
 } // namespace
@@ -75,11 +81,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         Require(storage.mText == before);
         return 0;
     }
-    CHdfManager second(&storage);
-    second.Create();
-    second.ImportData(); // throws, and so ends the program, when it is refused
-    const std::string stored = storage.mText;
-    second.ExportData(true);
-    Require(storage.mText == stored);
+    CHdfTextGuard::CheckText(storage.mText); // throws, and so ends the program, when it is refused
+    // The texts may differ: the library turns the order of attributes round.
+    Require(NHdfTree::IsSame(ReadTree(before).get(), ReadTree(storage.mText).get()));
     return 0;
 }

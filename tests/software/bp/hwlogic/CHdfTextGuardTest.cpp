@@ -48,6 +48,7 @@ TEST(HdfTextGuard, RefusesWhatTheLibraryWouldFollowGuessOrSplit)
         {"a = 1\nb : a\n", "Line 2 of the HDF text: links are not followed"},
         {"a [x] : b\n", "Line 1 of the HDF text: links are not followed"},
         {"#include \"/etc/passwd\"\n", "Line 1 of the HDF text: files are not included"},
+        {"#include \n", "Line 1 of the HDF text: files are not included"},
         {Nested(65), "Line 65 of the HDF text: nodes are nested too deep"},
         {"b {\n" + Path(64) + " = 1\n}\n", "Line 2 of the HDF text: nodes are nested too deep"},
         {"a {\n", "Line 1 of the HDF text: a brace is not closed"},
