@@ -232,9 +232,11 @@ private:
                 const std::size_t behind = at + mark.size();
                 if (behind >= line.size() || !Is(line[behind], eBlank))
                     continue;
-                if (at == 0)
-                    return;
-                Refuse("the end mark stands inside a line of the value");
+                if (at != 0)
+                    Refuse("the end mark stands inside a line of the value");
+                if (!WithoutOuterBlanks(line.substr(behind)).empty()) // the next piece would be a line
+                    Refuse("something follows the end mark");
+                return;
             }
         }
         mLine = first;

@@ -64,6 +64,8 @@ TEST(HdfTextGuard, RefusesWhatTheLibraryWouldFollowGuessOrSplit)
         // The reader takes lines in pieces: "EOM" would be at the beginning of the second one.
         {"a << EOM\n" + std::string(127, 'x') + "EOM \nb : a\nEOM\n",
          "Line 2 of the HDF text: the end mark stands inside a line of the value"},
+        {"a << EOM\nEOM " + std::string(123, 'x') + "b : a\n",
+         "Line 2 of the HDF text: something follows the end mark"},
         {std::string("a = 1\0b : a\n", 11), "The HDF text holds a NUL"},
         {std::string((1 << 20) + 1, '\n'), "An HDF text of 1048577 bytes is larger than 1048576"},
     };
