@@ -3,7 +3,7 @@
 
 #include "software/jsonrpc/NJsonText.h"
 #include "software/jsonrpc/RpcMethod.h"
-#include "software/jsonrpc/Turn.h"
+#include "software/utility/CTurn.h"
 #include "software/utility/NUtf8.h"
 
 #include <json/reader.h>
@@ -189,7 +189,7 @@ void Handler::ProcessParsed(Json::Value& request, Json::Value& response, int cli
 }
 
 std::unique_ptr<Exchange> Handler::Begin(const char* begin, const char* end, Json::Value& response,
-                                         int clientId, Turn& turn)
+                                         int clientId, CTurn& turn)
 {
     response = Json::Value();
     Json::Value root;
@@ -214,7 +214,7 @@ std::unique_ptr<Exchange> Handler::Begin(const char* begin, const char* end, Jso
     return std::make_unique<Exchange>(std::move(exchange));
 }
 
-bool Handler::Resume(Exchange& exchange, Json::Value& response, Turn& turn)
+bool Handler::Resume(Exchange& exchange, Json::Value& response, CTurn& turn)
 {
     response = Json::Value();
     if (const auto deferral = std::exchange(exchange.mDeferral, nullptr); deferral && exchange.mIsAnswered)
@@ -244,7 +244,7 @@ std::string Handler::GetString(const Json::Value& value)
 
 // Runs the requests that are left. Without a turn it goes to the end.
 // @returns false when it stopped
-bool Handler::RunBatch(Exchange& exchange, Json::Value& response, Turn* turn)
+bool Handler::RunBatch(Exchange& exchange, Json::Value& response, CTurn* turn)
 {
     const Json::ArrayIndex count = exchange.mBatch.size();
     if (count == 0 || count > kMaxBatch)

@@ -21,9 +21,10 @@ namespace Json
 class CharReader;
 } // namespace Json
 
+class CTurn;
+
 namespace Json::Rpc
 {
-class Turn;
 
 /// The errors that the dispatcher itself answers.
 enum EProtocolError : int
@@ -69,10 +70,10 @@ public:
     /// the turn is over. Nothing of the text is run beyond that place until it is resumed.
     /// @returns null at the end of the text, with the reply; else what is left, and no reply yet
     std::unique_ptr<Exchange> Begin(const char* begin, const char* end, Json::Value& response, int clientId,
-                                    Turn& turn);
+                                    CTurn& turn);
     /// Goes on with what `Begin` left and is not waiting.
     /// @returns whether that was the end, with the reply; the exchange is of no use then
-    bool Resume(Exchange& exchange, Json::Value& response, Turn& turn);
+    bool Resume(Exchange& exchange, Json::Value& response, CTurn& turn);
 
     /// For the method that runs: the right to answer its request later, and to return false.
     /// @returns a ticket that nobody awaits when no method runs, or one for a caller who cannot wait
@@ -96,7 +97,7 @@ public:
 private:
     class CCall;
 
-    bool RunBatch(Exchange& exchange, Json::Value& response, Turn* turn);
+    bool RunBatch(Exchange& exchange, Json::Value& response, CTurn* turn);
     bool RunRequest(Json::Value& request, Json::Value& response, int clientId, Exchange* exchange);
     bool CallMethod(CallbackMethod& method, const Json::Value& request, Json::Value& response,
                     Exchange* exchange);

@@ -5,7 +5,7 @@
 #include "software/bp/c4j/SJsonRpcClient.h"
 #include "software/include/ILog.h"
 #include "software/jsonrpc/Handler.h"
-#include "software/jsonrpc/Turn.h"
+#include "software/utility/CTurn.h"
 #include "software/utility/NPosix.h"
 
 #include <sys/socket.h>
@@ -32,7 +32,7 @@ void CJsonRpcInput::Receive(SJsonRpcClient& client)
         return;
     if (received < 1)
         return mOutput.LoseInput(client);
-    Json::Rpc::Turn turn(kQuantum);
+    CTurn turn(kQuantum);
     TakeInput(client, static_cast<std::size_t>(received), turn);
 }
 
@@ -46,7 +46,7 @@ void CJsonRpcInput::GoOn(SJsonRpcClient& client, bool hasEnded)
             mOutput.LoseInput(client);
         return;
     }
-    Json::Rpc::Turn turn(kQuantum);
+    CTurn turn(kQuantum);
     if (!Finish(client, turn) || (!client.mPending.empty() && turn.IsOver()))
         return mOutput.EndTurn(client);
     const std::size_t size = client.mPending.copy(mBuffer.data(), mBuffer.size()); // all: it was one read
@@ -61,7 +61,7 @@ std::uint32_t CJsonRpcInput::NextWithWork(std::uint32_t id) const
 }
 
 // What stands in the receive buffer, and what is left of it.
-void CJsonRpcInput::TakeInput(SJsonRpcClient& client, std::size_t size, Json::Rpc::Turn& turn)
+void CJsonRpcInput::TakeInput(SJsonRpcClient& client, std::size_t size, CTurn& turn)
 {
     const char* const end = mBuffer.data() + size;
     const char* const rest = RunMessages(client, mBuffer.data(), end, turn);
@@ -82,7 +82,7 @@ void CJsonRpcInput::TakeInput(SJsonRpcClient& client, std::size_t size, Json::Rp
 // clock.
 // @returns the first byte that was not taken, or the end
 const char* CJsonRpcInput::RunMessages(SJsonRpcClient& client, const char* begin, const char* end,
-                                       Json::Rpc::Turn& turn)
+                                       CTurn& turn)
 {
     const char* nul = FindNul(begin, end);
     while (nul != nullptr)
@@ -100,8 +100,7 @@ const char* CJsonRpcInput::RunMessages(SJsonRpcClient& client, const char* begin
     return end;
 }
 
-void CJsonRpcInput::TakeMessage(SJsonRpcClient& client, const char* begin, const char* nul,
-                                Json::Rpc::Turn& turn)
+void CJsonRpcInput::TakeMessage(SJsonRpcClient& client, const char* begin, const char* nul, CTurn& turn)
 {
     if (client.mPending.empty()) // the usual case: nothing is copied
         return RunMessage(client, begin, nul, turn);
@@ -110,8 +109,7 @@ void CJsonRpcInput::TakeMessage(SJsonRpcClient& client, const char* begin, const
     NJsonRpcBuffer::Empty(client.mPending);
 }
 
-void CJsonRpcInput::RunMessage(SJsonRpcClient& client, const char* begin, const char* end,
-                               Json::Rpc::Turn& turn)
+void CJsonRpcInput::RunMessage(SJsonRpcClient& client, const char* begin, const char* end, CTurn& turn)
 {
     if (begin == end || (*begin >= '0' && *begin <= '9'))
     {
@@ -123,7 +121,7 @@ void CJsonRpcInput::RunMessage(SJsonRpcClient& client, const char* begin, const 
 }
 
 // @returns whether the message that was begun is at its end
-bool CJsonRpcInput::Finish(SJsonRpcClient& client, Json::Rpc::Turn& turn)
+bool CJsonRpcInput::Finish(SJsonRpcClient& client, CTurn& turn)
 {
     if (client.mExchange == nullptr)
         return true;

@@ -9,13 +9,13 @@
 #include <cstdint>
 #include <set>
 
+class CTurn;
 class ILog;
 struct SJsonRpcClient;
 
 namespace Json::Rpc
 {
 class Handler;
-class Turn;
 } // namespace Json::Rpc
 
 /// Cuts what clients send into messages, one JSON text followed by one NUL each, and runs them.
@@ -67,12 +67,11 @@ public:
     std::uint32_t NextWithWork(std::uint32_t id) const;
 
 private:
-    void TakeInput(SJsonRpcClient& client, std::size_t size, Json::Rpc::Turn& turn);
-    const char* RunMessages(SJsonRpcClient& client, const char* begin, const char* end,
-                            Json::Rpc::Turn& turn);
-    void TakeMessage(SJsonRpcClient& client, const char* begin, const char* nul, Json::Rpc::Turn& turn);
-    void RunMessage(SJsonRpcClient& client, const char* begin, const char* end, Json::Rpc::Turn& turn);
-    bool Finish(SJsonRpcClient& client, Json::Rpc::Turn& turn);
+    void TakeInput(SJsonRpcClient& client, std::size_t size, CTurn& turn);
+    const char* RunMessages(SJsonRpcClient& client, const char* begin, const char* end, CTurn& turn);
+    void TakeMessage(SJsonRpcClient& client, const char* begin, const char* nul, CTurn& turn);
+    void RunMessage(SJsonRpcClient& client, const char* begin, const char* end, CTurn& turn);
+    bool Finish(SJsonRpcClient& client, CTurn& turn);
     template <typename TRun>
     void Guard(SJsonRpcClient& client, TRun run);
     void KeepPending(SJsonRpcClient& client, const char* begin, const char* end);

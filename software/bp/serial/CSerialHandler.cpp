@@ -7,6 +7,7 @@
 #include "software/bp/serial/NSerialRouting.h"
 #include "software/include/ILog.h"
 #include "software/utility/CException.h"
+#include "software/utility/CTurn.h"
 #include "software/utility/NPosix.h"
 
 #include <cstdint>
@@ -124,8 +125,10 @@ void CSerialHandler::Serve(SLine& line)
     CSerialParser& parser = *line.mParser;
     parser.EndIdleLogIn();
     bool hasWork = std::exchange(line.mReadable, false) || parser.HasInput();
-    for (unsigned i = 0; i < kMessagesPerPass && hasWork && parser.IsSelectable(); ++i)
+    CTurn turn(kQuantum);
+    for (unsigned i = 0; i < kMessagesPerPass && hasWork && parser.IsSelectable() && !turn.IsOver(); ++i)
     {
+        turn.Start();
         parser.ProcessData();
         hasWork = parser.HasInput();
     }

@@ -6,6 +6,7 @@
 #include "software/utility/CDescriptor.h"
 #include "software/utility/CSelectWrapper.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -18,9 +19,9 @@ class ILog;
 class ILogIn;
 class IMonotonicClock;
 
-/// Owns the ports with their parsers and serves them in turn, a bounded part of each in one pass, so that a
-/// flood on one line delays nobody. A port that fails loses its parser; the others go on. Used from the
-/// loop's thread only.
+/// Owns the ports with their parsers and serves them in turn, a part of each in one pass that is bounded in
+/// messages and in time, so that a flood on one line, or on all, delays nobody. A port that fails loses its
+/// parser; the others go on. Used from the loop's thread only.
 class CSerialHandler
 {
 public:
@@ -28,6 +29,8 @@ public:
 
     static constexpr std::size_t kMaxPorts = 5;
     static constexpr unsigned kMessagesPerPass = 16; ///< of each port
+    /// Of each port in one pass: no message is begun after it, but the first always is.
+    static constexpr std::chrono::microseconds kQuantum{200};
 
     /// @param makeLink  makes the link of each port: one that answers on the calling thread
     /// @param clock     for log-ins that nobody uses; it wraps after more than an hour. Not owned, must

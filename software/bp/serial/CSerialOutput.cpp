@@ -55,7 +55,7 @@ void CSerialOutput::Flush()
         [&]
         {
             mPort.Flush();
-            return !mLosesOutput;
+            return true;
         });
 }
 
@@ -70,7 +70,8 @@ void CSerialOutput::Try(const char* what, TWrite write)
         if (!isTaken && !mLosesOutput)
             mLog.LogWarning("Serial port %s takes no output: what is sent now is lost",
                             mPort.GetName().c_str());
-        mLosesOutput = !isTaken;
+        // A short message that fits between two that are lost is no recovery.
+        mLosesOutput = !isTaken || (mLosesOutput && mPort.HasOutput());
     }
     catch (const std::exception& e)
     {

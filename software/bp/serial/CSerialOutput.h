@@ -9,7 +9,7 @@ class CIpcMessage;
 class ILog;
 
 /// Writes to a port for its parser, never waiting: a port that takes nothing loses what is written to it, and
-/// the log says so once. A port that fails is not written to again.
+/// the log says so once, until everything that waited has left. A port that fails is not written to again.
 class CSerialOutput
 {
 public:

@@ -79,6 +79,7 @@ void CSerialSession::SetAccessGroup(int group)
         RenewRegistrations();
 }
 
+// Remembers what the line registered, for the day when its log-in ends.
 void CSerialSession::KeepRegistrations(const CIpcMessage& message)
 {
     unsigned short key = 0;

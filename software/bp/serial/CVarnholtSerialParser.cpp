@@ -271,7 +271,6 @@ bool CVarnholtSerialParser::HandleNotificationRequests(const CIpcMessage& messag
     return false;
 }
 
-// Remembers what the line registered, for the day when its log-in ends.
 // The line shows no keys, so a member other than the value would look like one.
 void CVarnholtSerialParser::HandleNotification(const CIpcMessage& notification)
 {

@@ -2,7 +2,7 @@
 #include "software/jsonrpc/Handler.h"
 
 #include "software/jsonrpc/RpcMethod.h"
-#include "software/jsonrpc/Turn.h"
+#include "software/utility/CTurn.h"
 
 #include <gtest/gtest.h>
 
@@ -97,14 +97,14 @@ protected:
     std::string Begin(const std::string& text, std::chrono::hours quantum = std::chrono::hours(1))
     {
         Json::Value response("left from before");
-        Json::Rpc::Turn turn(quantum);
+        CTurn turn(quantum);
         mExchange = mHandler.Begin(text.data(), text.data() + text.size(), response, 7, turn);
         return response.isNull() ? std::string() : Handler::GetString(response);
     }
     std::string Resume(std::chrono::hours quantum = std::chrono::hours(1))
     {
         Json::Value response("left from before");
-        Json::Rpc::Turn turn(quantum);
+        CTurn turn(quantum);
         if (mHandler.Resume(*mExchange, response, turn))
             mExchange.reset();
         return response.isNull() ? std::string() : Handler::GetString(response);

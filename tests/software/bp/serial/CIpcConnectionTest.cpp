@@ -1,10 +1,6 @@
 // Clients of the local IPC and their bytes: cut anywhere, damaged, too many, never read.
 #include "tests/software/bp/serial/CIpcFixture.h"
 
-#include <algorithm>
-
-#include <sys/resource.h>
-
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -229,22 +225,4 @@ TEST_F(CIpcConnectionTest, AMessageMayPumpTheServer)
     mProxy.mOnApply = [&](int) { mDispatcher.Update(); };
     EXPECT_THAT(Ask(client, SetPower(1)), ElementsAre("PWR! 0=1/3"));
     EXPECT_THAT(other.Take(), ElementsAre("NME! 0=\"Hall\""));
-}
-
-TEST_F(CIpcConnectionTest, MoreClientsThanSelectCanHold)
-{
-    constexpr std::size_t kClients = 600; // two descriptors each
-    rlimit limit{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-    limit.rlim_cur = std::max<rlim_t>(limit.rlim_cur, 2 * kClients + 100);
-    if (::setrlimit(RLIMIT_NOFILE, &limit) != 0)
-        GTEST_SKIP() << "this system allows " << limit.rlim_max << " descriptors";
-    std::vector<std::unique_ptr<CRawClient>> clients;
-    for (std::size_t i = 0; i < kClients; ++i)
-    {
-        clients.push_back(std::make_unique<CRawClient>(mServerName));
-        Pump();
-    }
-    EXPECT_THAT(Ask(*clients.back(), Request("PWR")), ElementsAre("PWR! 0=0/3"));
-    EXPECT_GT(clients.back()->Get(), 1023);
 }

@@ -409,13 +409,3 @@ TEST_F(ProjCon, RefreshSetsItToWhatItIs)
     EXPECT_TRUE(text.UpdateHardware());
     EXPECT_THAT(mProxy.Take(), ElementsAre("BRI=5", "NME=supplied"));
 }
-
-TEST_F(ProjCon, ScalesByItsDecimals)
-{
-    CProjCon control = Integer(0, 9, 5);
-    EXPECT_DOUBLE_EQ(control.GetScalingFactor(), 1.0);
-    control.SetDecimals(3);
-    EXPECT_DOUBLE_EQ(control.GetScalingFactor(), 0.001);
-    EXPECT_EQ(Refusal([&] { control.SetDecimals(8); }), "Invalid number of decimals 8");
-    EXPECT_EQ(control.GetDecimals(), 3u);
-}

@@ -4,7 +4,7 @@
 #include "software/bp/serial/CCustomEventHandler.h"
 #include "software/bp/serial/CPseudoPort.h"
 
-#include <algorithm>
+#include <thread>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -15,6 +15,21 @@ using ::testing::IsEmpty;
 
 namespace
 {
+class CSlowHandler : public CCustomEventHandler
+{
+public:
+    using CCustomEventHandler::CCustomEventHandler;
+    unsigned mCalls = 0;
+
+protected:
+    bool HandleIpcRequest(const CIpcMessage&, std::list<CIpcMessage>&) override
+    {
+        ++mCalls;
+        std::this_thread::sleep_for(CSerialHandler::kQuantum);
+        return true;
+    }
+};
+
 class CSerialHandlerTest : public CSerialFixture
 {
 protected:
@@ -283,10 +298,25 @@ TEST_F(CSerialHandlerTest, AFloodIsServedInBoundedParts)
     mPort->mInput = flood;
     other->mInput = "(PWR?)";
     mHandler.Update();
-    EXPECT_EQ(mPort->Take().size(), CSerialHandler::kMessagesPerPass * std::string("(PWR!000)").size());
+    // Fewer than the limit if this machine pauses the test for the time of a turn.
+    const std::size_t answered = mPort->Take().size() / std::string("(PWR!000)").size();
+    EXPECT_GE(answered, 1u);
+    EXPECT_LE(answered, CSerialHandler::kMessagesPerPass);
     EXPECT_EQ(other->Take(), "(PWR!000)");
     pollfd ready{mHandler.GetDescriptor(), POLLIN, 0};
     EXPECT_EQ(::poll(&ready, 1, 0), 1) << "there is more to do";
+
+    // What takes longer than a turn is done once in a pass, and no line goes without.
+    mPort->mInput.clear();
+    Say(""); // the rest of what was read
+    CSlowHandler slow(mDispatcher, "SLW", false);
+    mPort->mInput = other->mInput = "(SLW?)(SLW?)(SLW?)";
+    for (unsigned pass = 1; pass <= 3; ++pass)
+    {
+        mHandler.Update();
+        EXPECT_EQ(slow.mCalls, 2 * pass);
+    }
+    mDispatcher.RemoveCustomHandler("SLW");
 }
 
 namespace
@@ -377,21 +407,6 @@ TEST_F(CSerialPtyTest, EveryByteValueArrivesAsItIs)
     EXPECT_EQ(mName.GetText(), text);
 }
 
-TEST_F(CSerialPtyTest, RelaysBetweenRealPorts)
-{
-    CVarnholtSerialParser::UpdateAddress(7);
-    AddPty(1); // the second port, the first is scripted
-    AddPty(2);
-    CVarnholtSerialParser::UpdateRouting(eRouting2And4And8);
-    const CDescriptor second = OpenLine(1);
-    const CDescriptor third = OpenLine(2);
-    Send(second, "(65535 00003 PWR 1)");
-    EXPECT_EQ(Receive(third, 18), "(65535 00003 PWR1)");
-    EXPECT_EQ(mPort->Take(), "(65535 00003 PWR1)");
-    EXPECT_EQ(Receive(second, 21), "(00003 00007 PWR!001)");
-    EXPECT_EQ(mPower.GetValue(), 1);
-}
-
 TEST_F(CSerialPtyTest, ALineThatNobodyReadsDelaysNobody)
 {
     mPort->mIsUnplugged = true;
@@ -407,39 +422,26 @@ TEST_F(CSerialPtyTest, ALineThatNobodyReadsDelaysNobody)
         Send(stuck, "(NME?)");
         EXPECT_EQ(Ask(line, "(PWR?)", "(PWR!000)"), "(PWR!000)");
     }
-    EXPECT_EQ(mLog.Count(warning), 1u);
+    for (int i = 0; i < 20; ++i) // the short answers find room behind what waits, the long ones do not
+        Send(stuck, "(PWR?)(NME?)");
     Receive(line, 1);
+    EXPECT_EQ(mLog.Count(warning), 1u);
     EXPECT_FALSE(IsReady()) << "it waits until the port takes more";
 
     // When it is read again, whole messages are what was kept.
     const std::string reply = "(NME!\"" + std::string(4000, 'n') + "\")";
-    const std::string kept = Receive(stuck, 80 * reply.size());
+    std::string kept = Receive(stuck, 80 * reply.size());
+    const std::string power = "(PWR!000)";
+    for (std::size_t at = 0; (at = kept.find(power, at)) != std::string::npos;)
+        kept.erase(at, power.size());
     EXPECT_GE(kept.size(), CCommPort::kMaxOutput - reply.size());
     EXPECT_EQ(kept.size() % reply.size(), 0u);
     EXPECT_TRUE(kept.compare(kept.size() - reply.size(), reply.size(), reply) == 0);
-}
 
-TEST_F(CSerialPtyTest, AFloodGetsItsShareOfAPassAndNoMore)
-{
-    mPort->mIsUnplugged = true;
-    mHandler.Update();
-    AddPty(1);
-    const CDescriptor line = OpenLine(1);
-    std::string flood;
-    while (flood.size() < 4000)
-        flood += "(PWR?)(\x80 A)";
-    constexpr long kPasses = 20;
-    char buffer[65536];
-    long messages = 0; // each is answered, by its value or by an error
-    for (long i = 0; i < kPasses; ++i)
+    for (int i = 0; i < 30; ++i)
     {
-        static_cast<void>(::write(line.Get(), flood.data(), flood.size()));
-        pollfd ready{mHandler.GetDescriptor(), POLLIN, 0};
-        ASSERT_EQ(::poll(&ready, 1, 5000), 1); // the kernel hands it over when it likes
-        mHandler.Update();
-        for (ssize_t count = 0; (count = ::read(line.Get(), buffer, sizeof buffer)) > 0;)
-            messages += std::count(buffer, buffer + count, '(');
+        Send(stuck, "(NME?)");
+        Ask(line, "(PWR?)", power);
     }
-    EXPECT_LE(messages, kPasses * CSerialHandler::kMessagesPerPass);
-    EXPECT_GT(messages, 0);
+    EXPECT_EQ(mLog.Count(warning), 2u) << "it had recovered";
 }

@@ -295,32 +295,6 @@ TEST(VarnholtSerialParser, ErrorsHaveTheFormOfTheirLevel)
                                  "(65535 00009 KEY005)");
 }
 
-TEST(VarnholtSerialParser, TextsSurviveTheWayThereAndBack)
-{
-    std::string every;
-    for (int byte = 1; byte < 256; ++byte)
-        every += static_cast<char>(byte);
-    std::vector<unsigned char> quoted(NSerialText::GetQuotedRoom(every.size()));
-    const auto* const text = reinterpret_cast<const unsigned char*>(every.data());
-    quoted.resize(NSerialText::BuildString(quoted.data(), static_cast<unsigned short>(every.size()), text));
-    CRecordedLine line;
-    // A reply, for that is not looked at; then the same as a command, whose text nobody may store.
-    const std::string argument(quoted.begin(), quoted.end());
-    EXPECT_EQ(line.Feed("(NME!" + argument + ")"), "");
-    EXPECT_EQ(line.Feed("(NME " + argument + ")"), "(65535 ERR00104 \"NME: Invalid Value\")");
-
-    const std::string ascii = every.substr(0, 127);
-    quoted.resize(NSerialText::GetQuotedRoom(ascii.size()));
-    quoted.resize(NSerialText::BuildString(quoted.data(), static_cast<unsigned short>(ascii.size()), text));
-    line.TakeMessages();
-    EXPECT_EQ(line.Feed("(NME " + std::string(quoted.begin(), quoted.end()) + ")"), "");
-    const std::vector<CIpcMessage> messages = line.TakeMessages();
-    ASSERT_EQ(messages.size(), 1u);
-    std::string received;
-    EXPECT_TRUE(messages.front().GetArg(0, received));
-    EXPECT_EQ(received, ascii);
-}
-
 TEST(VarnholtSerialParser, HexadecimalDigitsRefuseNothing)
 {
     const std::pair<char, int> cases[] = {{'0', 0},  {'9', 9}, {'A', 10}, {'F', 15}, {'a', 10},
@@ -424,20 +398,6 @@ TEST(VarnholtSerialParser, APortThatFailsClosesItForGood)
     EXPECT_TRUE(relayed.mParser.IsClosed());
     EXPECT_THAT(relayed.mLog.GetLines().back().mText,
                 HasSubstr("Parser relay failure - parser will be closed. "));
-}
-
-TEST(VarnholtSerialParser, OutputThatNobodyTakesIsLostAndSaidOnce)
-{
-    CRecordedLine line;
-    const std::string warning = "Serial port scripted takes no output: what is sent now is lost";
-    line.mPort.mIsStuck = true;
-    line.Feed("(PWR?)(PWR?)(PWR?)");
-    EXPECT_EQ(line.mLog.Count(warning), 1u);
-    line.mPort.mIsStuck = false;
-    EXPECT_EQ(line.Feed("(PWR?)"), "(PWR!)");
-    line.mPort.mIsStuck = true;
-    line.Feed("(PWR?)");
-    EXPECT_EQ(line.mLog.Count(warning), 2u);
 }
 
 TEST(VarnholtSerialParser, DefaultAccessGroupIsThatOfACallerWhoIsNotLoggedIn)

@@ -3,16 +3,14 @@
 
 #include <chrono>
 
-namespace Json::Rpc
-{
-/// How long one client may keep all others waiting. The clock is not looked at before there is more than one
-/// thing to do.
-class Turn
+/// How long one client or one line may keep all others waiting. The clock is not looked at before there is
+/// more than one thing to do.
+class CTurn
 {
 public:
     using Clock = std::chrono::steady_clock;
 
-    explicit Turn(Clock::duration quantum) noexcept
+    explicit CTurn(Clock::duration quantum) noexcept
         : mQuantum(quantum)
     {
     }
@@ -29,4 +27,3 @@ private:
     const Clock::duration mQuantum;
     Clock::time_point mEnd;
 };
-} // namespace Json::Rpc
