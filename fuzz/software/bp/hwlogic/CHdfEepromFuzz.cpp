@@ -3,6 +3,7 @@
 
 #include "simulator/CSimulatedEeprom.h"
 #include "software/utility/CException.h"
+#include "software/utility/CMonotonicClockLowRes.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -25,7 +26,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     if (size < CHdfEeprom::kHeaderSize || size > 0x1000)
         return 0;
     const auto length = static_cast<std::uint32_t>(size);
-    CSimulatedEeprom eeprom({(length + kPage - 1) / kPage * kPage, kPage, 0});
+    const CMonotonicClockLowRes clock;
+    CSimulatedEeprom eeprom({(length + kPage - 1) / kPage * kPage, kPage, 0}, clock);
     Require(eeprom.Write(0, data, length));
     CHdfEeprom storage("region", eeprom, 0, static_cast<std::uint16_t>(size));
     std::string text;

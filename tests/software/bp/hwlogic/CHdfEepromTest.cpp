@@ -5,6 +5,7 @@
 #include "software/bp/hwlogic/CHdfEepromWithBackup.h"
 #include "software/bp/hwlogic/CHdfFileAdapter.h"
 #include "software/bp/hwlogic/CHdfMirroredStorage.h"
+#include "tests/support/CManualClock.h"
 #include "tests/support/CTemporaryFolder.h"
 #include "tests/support/MessageOf.h"
 
@@ -35,7 +36,8 @@ protected:
         return bytes;
     }
 
-    CSimulatedEeprom mEeprom{{128, 16, 0}};
+    CManualClock mClock{1000};
+    CSimulatedEeprom mEeprom{{128, 16, 0}, mClock};
     CHdfEeprom mStorage{"board", mEeprom, kOffset, kSize};
     CTemporaryFolder mFolder;
     CHdfFileAdapter mBackup{mFolder.File("board.hdf")};
@@ -153,6 +155,7 @@ TEST_F(HdfEeprom, ReportsABackupThatStays)
 
 TEST(HdfMirroredStorage, APowerCutLeavesTheOldOrTheNewText)
 {
+    const CManualClock clock(1000);
     // The sizes end inside pages, and the second change shortens the record.
     const std::string texts[] = {"", "first = 12345678\n", "b = 2\n", "",
                                  "last = " + std::string(30, 'z') + "\n"};
@@ -160,7 +163,7 @@ TEST(HdfMirroredStorage, APowerCutLeavesTheOldOrTheNewText)
         for (std::uint32_t cells = 0; cells < 140; ++cells)
         {
             SCOPED_TRACE(testing::Message() << "change " << step << ", cut after " << cells);
-            CSimulatedEeprom eeprom({128, 16, 0});
+            CSimulatedEeprom eeprom({128, 16, 0}, clock);
             CHdfEeprom first("first", eeprom, 4, 60);
             CHdfEeprom mirror("mirror", eeprom, 64, 60);
             CHdfMirroredStorage storage(first, mirror);
@@ -184,7 +187,8 @@ TEST(HdfMirroredStorage, APowerCutLeavesTheOldOrTheNewText)
 
 TEST(HdfMirroredStorage, SaysWhenBothAreLost)
 {
-    CSimulatedEeprom eeprom({128, 16, 0});
+    const CManualClock clock(1000);
+    CSimulatedEeprom eeprom({128, 16, 0}, clock);
     CHdfEeprom first("first", eeprom, 0, 64);
     CHdfEeprom mirror("mirror", eeprom, 64, 64);
     CHdfMirroredStorage storage(first, mirror);
