@@ -12,6 +12,7 @@ install(FILES
     ${PROJECT_BINARY_DIR}/lanternConfig.cmake
     ${PROJECT_BINARY_DIR}/lanternConfigVersion.cmake
     ${CMAKE_CURRENT_LIST_DIR}/LanternDependencies.cmake
+    ${CMAKE_CURRENT_LIST_DIR}/FindClearSilver.cmake
     DESTINATION ${packageFolder})
 
 # A linker reads static libraries from left to right: the highest floor first, what it stands on after it.

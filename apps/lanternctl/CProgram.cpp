@@ -9,6 +9,7 @@
 #include "apps/lanternctl/CCompletionCommand.h"
 #include "apps/lanternctl/CFavCommand.h"
 #include "apps/lanternctl/CGetCommand.h"
+#include "apps/lanternctl/CHdfCommand.h"
 #include "apps/lanternctl/CInfoCommand.h"
 #include "apps/lanternctl/CJobsCommand.h"
 #include "apps/lanternctl/CListCommand.h"
@@ -66,6 +67,7 @@ constexpr SCommandRow kCommands[] = {
     {"call", "Call any method", &Make<CCallCommand>, eOverTcp},
     {"send", "Send one message as it is, over a serial line", &Make<CSendCommand>, eOverSerial},
     {"cep", "Messages of a companion module: decode, encode, talk, serve", &Make<CCepCommand>, kOverAll},
+    {"hdf", "Configuration data sets: show, dump, get, set, pack, unpack", &Make<CHdfCommand>, kOverAll},
     {"account", "List and change who may log in, in the daemon's state folder", &Make<CAccountCommand>,
      kOverAll},
     {"completion", "Print a completion script for a shell", &Make<CCompletionCommand>, kOverAll},

@@ -1,4 +1,4 @@
-// The 16-bit checksum that several formats share.
+// The 16-bit checksum that several formats share; that of stored data sets is in NCrc.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,8 @@
 // No locale and no streams: a digit is looked up, or computed from its place in ASCII.
 #include "software/utility/NHex.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <utility>
 
 std::string NHex::ToText(const unsigned char* bytes, std::size_t size)
@@ -11,6 +13,22 @@ std::string NHex::ToText(const unsigned char* bytes, std::size_t size)
     {
         text[2 * i] = kDigits[bytes[i] >> 4];
         text[2 * i + 1] = kDigits[bytes[i] & 0x0F];
+    }
+    return text;
+}
+
+std::string NHex::ToDump(const unsigned char* bytes, std::size_t size, std::size_t address)
+{
+    constexpr std::size_t kLine = 16; // bytes
+    std::string text;
+    for (std::size_t at = 0; at < size; at += kLine)
+    {
+        char number[24];
+        std::snprintf(number, sizeof number, "%04zx:", address + at);
+        text += number;
+        for (std::size_t i = at; i < std::min(size, at + kLine); ++i)
+            text += ' ' + ToText(bytes + i, 1);
+        text += '\n';
     }
     return text;
 }

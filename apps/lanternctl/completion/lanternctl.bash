@@ -61,10 +61,11 @@ _lanternctl()
             :0) words='%COMMANDS%' ;;
             completion:0) words='bash zsh' ;;
             cep:0) words='decode encode talk serve' ;;
-            cep:1)
+            cep:1 | hdf:1)
                 COMPREPLY=($(compgen -f -- "$current"))
                 return
                 ;;
+            hdf:0) words='show dump get set pack unpack' ;;
             cep:2) words='get set' ;;
             fav:0) words='list add remove clear' ;;
             account:0) words='list add passwd remove' ;;

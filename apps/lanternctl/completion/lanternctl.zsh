@@ -63,6 +63,8 @@ _lanternctl() {
     (completion:0) compadd bash zsh ;;
     (cep:0) compadd decode encode talk serve ;;
     (cep:1) _files ;;
+    (hdf:0) compadd show dump get set pack unpack ;;
+    (hdf:1) _files ;;
     (cep:2) compadd get set ;;
     (fav:0) compadd list add remove clear ;;
     (account:0) compadd list add passwd remove ;;
