@@ -36,10 +36,11 @@ CSimulatedEeprom::SKind Checked(const CSimulatedEeprom::SKind& kind)
 }
 } // namespace
 
-CSimulatedEeprom::CSimulatedEeprom(const SKind& kind)
+CSimulatedEeprom::CSimulatedEeprom(const SKind& kind, const IMonotonicClock& clock)
     : mKind(Checked(kind))
     , mCells(kind.mSize, kErased)
     , mWear(kind.mSize / kind.mPageSize)
+    , mCycle(clock)
 {
 }
 
@@ -47,7 +48,7 @@ void CSimulatedEeprom::RestorePower() noexcept
 {
     mHasPower = true;
     mCellsLeft.reset();
-    mBusyPolls = 0;
+    mIsInCycle = false;
     mIsWriteEnabled = false;
     mAddress = 0;
 }
@@ -116,7 +117,8 @@ void CSimulatedEeprom::WriteRound(std::uint32_t offset, const std::uint8_t* data
     for (std::size_t i = 0; i < length; ++i)
         page[(offset - first + i) % mKind.mPageSize] = data[i];
     WritePage(first, mKind.mPageSize, page.data());
-    mBusyPolls = mKind.mBusyPolls;
+    mIsInCycle = true;
+    mCycle.ArmTimer();
 }
 
 void CSimulatedEeprom::ReadOn(std::vector<std::uint8_t>& rx) noexcept
@@ -128,12 +130,10 @@ void CSimulatedEeprom::ReadOn(std::vector<std::uint8_t>& rx) noexcept
     }
 }
 
-bool CSimulatedEeprom::IsBusy() noexcept
+bool CSimulatedEeprom::IsBusy()
 {
-    if (mBusyPolls == 0)
-        return false;
-    --mBusyPolls;
-    return true;
+    mIsInCycle = mIsInCycle && !mCycle.HasTimerExpiredMs(mKind.mWriteMs);
+    return mIsInCycle;
 }
 
 bool CSimulatedEeprom::TransferI2c(const std::vector<std::uint8_t>& tx, std::vector<std::uint8_t>& rx)

@@ -3,6 +3,7 @@
 
 #include "simulator/ISimulatedChip.h"
 #include "software/include/IEeprom.h"
+#include "software/utility/CTimer.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -21,13 +22,14 @@ class CSimulatedEeprom : public IEeprom
 public:
     struct SKind
     {
-        std::uint32_t mSize;      ///< bytes, a multiple of the page, at most 64 KiB
-        std::uint32_t mPageSize;  ///< bytes, above 0
-        std::uint32_t mBusyPolls; ///< transactions that find the chip busy after a cycle
+        std::uint32_t mSize;     ///< bytes, a multiple of the page, at most 64 KiB
+        std::uint32_t mPageSize; ///< bytes, above 0
+        std::uint32_t mWriteMs;  ///< how long a cycle keeps the chip busy on the buses
     };
 
+    /// @param clock      of the write time; must outlive the chip
     /// @throws CException "EEPROM of %u bytes cannot have pages of %u"
-    explicit CSimulatedEeprom(const SKind& kind);
+    CSimulatedEeprom(const SKind& kind, const IMonotonicClock& clock);
     CSimulatedEeprom(const CSimulatedEeprom&) = delete; // the chips are lent out by reference
     CSimulatedEeprom& operator=(const CSimulatedEeprom&) = delete;
 
@@ -73,7 +75,7 @@ private:
 
     bool TransferI2c(const std::vector<std::uint8_t>& tx, std::vector<std::uint8_t>& rx);
     bool TransferSpi(const std::vector<std::uint8_t>& tx, std::vector<std::uint8_t>& rx);
-    bool IsBusy() noexcept;
+    bool IsBusy();
     bool IsInside(std::uint32_t offset, std::uint32_t length) const noexcept;
     bool WriteRange(std::uint32_t offset, std::uint32_t length, const std::uint8_t* data);
     bool WritePage(std::uint32_t offset, std::uint32_t length, const std::uint8_t* data);
@@ -86,7 +88,8 @@ private:
     std::optional<std::uint32_t> mCellsLeft;
     bool mHasPower = true;
     bool mIsWriteEnabled = false; // SPI
-    std::uint32_t mBusyPolls = 0;
+    CTimer mCycle;                // since the latest cycle began
+    bool mIsInCycle = false;
     std::uint32_t mAddress = 0; // of the next read on a bus
     CChip mI2c{*this, &CSimulatedEeprom::TransferI2c};
     CChip mSpi{*this, &CSimulatedEeprom::TransferSpi};

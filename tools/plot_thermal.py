@@ -36,7 +36,14 @@ class Projector:
             [str(build / "apps/lanternd/lanternd"), "--port", "0", "--bind", "127.0.0.1", "--run-dir",
              f"{folder}/run", "--state-dir", f"{folder}/state", "--config-dir", str(SOURCE / "config")],
             stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
-        self.port = re.search(r"json-rpc=(\d+)", self.daemon.stdout.readline())[1]
+        self.port = self.wait_for_port()
+
+    def wait_for_port(self):
+        """A first start tells of the account that it made before it is ready."""
+        for line in self.daemon.stdout:
+            if ready := re.search(r"json-rpc=(\d+)", line):
+                return ready[1]
+        raise RuntimeError(f"lanternd ended with {self.daemon.wait()}")
 
     def ctl(self, *arguments):
         return subprocess.run([self.client, "--port", self.port, *arguments], check=True,

@@ -137,15 +137,15 @@ void CSerialLink::Send(CIpcMessage& message)
     mLine.Send(line);
 }
 
-// The next thing that the line says.
-std::string CSerialLink::Await(const NWait::Deadline& deadline)
+// The next thing that the line says. @param timeout  what the deadline was made of
+std::string CSerialLink::Await(const NWait::Deadline& deadline, std::chrono::milliseconds timeout)
 {
     for (;;)
     {
         if (const auto item = mLine.GetReader().Next())
             return *item;
         if (mLine.Receive(deadline, NWait::kNoDescriptor) == EWait::Elapsed)
-            NWait::FailNoAnswer(mLine.GetName(), mTimeout);
+            NWait::FailNoAnswer(mLine.GetName(), timeout);
     }
 }
 
@@ -163,7 +163,7 @@ CMessageLink::Refusal CSerialLink::Exchange(CIpcMessage& message, std::list<CIpc
     Refusal refusal;
     for (;;)
     {
-        const std::string item = Await(deadline);
+        const std::string item = Await(deadline, timeout);
         const bool isAck = item.front() == CSerialReader::kAck;
         if (isAck || item.front() == CSerialReader::kNak)
         {
@@ -195,7 +195,8 @@ CMessageLink::Refusal CSerialLink::Exchange(CIpcMessage& message, std::list<CIpc
         else
         {
             replies.push_back(received);
-            deadline = NWait::After(mTimeout);
+            timeout = mTimeout;
+            deadline = NWait::After(timeout);
         }
     }
 }

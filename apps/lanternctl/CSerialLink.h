@@ -30,7 +30,7 @@ private:
     EWait Receive(const NWait::Deadline& deadline, int interrupt) override;
 
     void Send(CIpcMessage& message);
-    std::string Await(const NWait::Deadline& deadline);
+    std::string Await(const NWait::Deadline& deadline, std::chrono::milliseconds timeout);
     Refusal Exchange(CIpcMessage& message, std::list<CIpcMessage>& replies);
     Refusal Exchange(CIpcMessage& message, std::list<CIpcMessage>& replies,
                      std::chrono::milliseconds timeout);

@@ -14,18 +14,22 @@ namespace
 constexpr char kVariable[] = "LANTERN_PASSWORD";
 constexpr std::size_t kMaxLine = 4096; // bytes; more than any password has
 
-// While it lives the terminal shows nothing of what is typed, and no key ends the program.
+// While it lives the terminal shows nothing of what is typed, and no key ends the program: those that do
+// otherwise end the line.
 class CSilence
 {
 public:
     CSilence()
     {
         mIsTerminal = ::tcgetattr(STDIN_FILENO, &mOld) == 0;
+        if (!mIsTerminal)
+            return;
         termios silent = mOld;
         silent.c_lflag &= ~static_cast<tcflag_t>(ECHO | ISIG);
         silent.c_lflag |= ECHONL;
-        if (mIsTerminal)
-            ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+        silent.c_cc[VEOL] = mOld.c_cc[VINTR];
+        silent.c_cc[VEOL2] = mOld.c_cc[VQUIT];
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
     }
     CSilence(const CSilence&) = delete;
     CSilence& operator=(const CSilence&) = delete;
@@ -35,6 +39,11 @@ public:
             ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &mOld);
     }
     bool IsTerminal() const noexcept { return mIsTerminal; }
+    bool IsEndKey(char byte) const noexcept // Ctrl-C and Ctrl-\, if they mean what they do mostly
+    {
+        const auto key = static_cast<cc_t>(byte);
+        return mIsTerminal && key != _POSIX_VDISABLE && (key == mOld.c_cc[VINTR] || key == mOld.c_cc[VQUIT]);
+    }
 
 private:
     termios mOld{};
@@ -42,14 +51,13 @@ private:
 };
 
 // Byte by byte, so that what follows stays for whoever reads next.
-std::string ReadLine()
+std::string ReadLine(const CSilence& silence)
 {
-    constexpr char kInterrupt = '\x03'; // Ctrl-C, which comes as a byte while the terminal is silent
     std::string line;
     char byte = 0;
     while (NPosix::RetryOnInterrupt([&] { return ::read(STDIN_FILENO, &byte, 1); }) == 1 && byte != '\n')
     {
-        if (byte == kInterrupt || line.size() == kMaxLine)
+        if (silence.IsEndKey(byte) || line.size() == kMaxLine)
             throw CCommandFailure(EExitCode::WrongUsage, "no password was given");
         line += byte;
     }
@@ -63,13 +71,13 @@ std::string NPassword::Ask(const std::string& question, bool twice)
 {
     const CSilence silence;
     if (!silence.IsTerminal())
-        return ReadLine();
+        return ReadLine(silence);
     std::cerr << question << ": " << std::flush;
-    std::string password = ReadLine();
+    std::string password = ReadLine(silence);
     if (!twice)
         return password;
     std::cerr << "Again: " << std::flush;
-    if (ReadLine() != password)
+    if (ReadLine(silence) != password)
         throw CCommandFailure(EExitCode::WrongUsage, "the two passwords differ");
     return password;
 }

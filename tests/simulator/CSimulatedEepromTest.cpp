@@ -2,6 +2,7 @@
 #include "simulator/CSimulatedEeprom.h"
 
 #include "software/utility/CException.h"
+#include "tests/support/CManualClock.h"
 
 #include <gtest/gtest.h>
 
@@ -28,7 +29,8 @@ protected:
         return bytes;
     }
 
-    CSimulatedEeprom mEeprom{{64, 16, 0}};
+    CManualClock mClock{1000000};
+    CSimulatedEeprom mEeprom{{64, 16, 5}, mClock};
 };
 } // namespace
 
@@ -75,5 +77,5 @@ TEST_F(SimulatedEeprom, RefusesWhatLiesOutside)
     EXPECT_FALSE(mEeprom.Write(0, nullptr, 1));
     EXPECT_TRUE(mEeprom.Erase(64, 0));
     EXPECT_EQ(mEeprom.GetWear(3), 0u);
-    EXPECT_THROW(CSimulatedEeprom({64, 24, 0}), CException);
+    EXPECT_THROW(CSimulatedEeprom({64, 24, 5}, mClock), CException);
 }

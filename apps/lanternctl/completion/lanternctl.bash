@@ -2,7 +2,7 @@
 _lanternctl()
 {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    local command='' own='' words='' arguments=0 knows_codes=1 i
+    local command='' own='' words='' group='' arguments=0 knows_codes=1 i
     local -a projector=()
     COMPREPLY=()
     for ((i = 1; i < COMP_CWORD; i++)); do
@@ -67,6 +67,15 @@ _lanternctl()
                 ;;
             cep:2) words='get set' ;;
             fav:0) words='list add remove clear' ;;
+            account:0) words='list add passwd remove' ;;
+            status:0)
+                [[ -n $knows_codes ]] || return
+                while read -r group; do
+                    [[ ${group,,} != "${current,,}"* ]] || COMPREPLY+=("${group// /\\ }")
+                done < <("$1" "${projector[@]}" --timeout 500 --json status 2>/dev/null |
+                    sed -n 's/.*"group":"\([^"]*\)".*/\1/p' | sort -u)
+                return
+                ;;
             set:0 | info:0 | list:0 | get:* | watch:* | fav:*)
                 # Asked of the projector, which may not be there: not for long, and without a word.
                 [[ -n $knows_codes ]] || return

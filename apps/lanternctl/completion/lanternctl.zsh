@@ -2,7 +2,7 @@
 # zsh completion for lanternctl; made by "lanternctl completion zsh"
 _lanternctl() {
     local command='' own='' previous=${words[CURRENT - 1]}
-    local -a projector codes subcommands
+    local -a projector codes groups subcommands
     local -i arguments=0 knows_codes=1 i
     subcommands=(
 %DESCRIBED_COMMANDS%
@@ -65,6 +65,13 @@ _lanternctl() {
     (cep:1) _files ;;
     (cep:2) compadd get set ;;
     (fav:0) compadd list add remove clear ;;
+    (account:0) compadd list add passwd remove ;;
+    (status:0)
+        ((knows_codes)) || return
+        groups=(${(fu)"$(${words[1]} $projector --timeout 500 --json status 2>/dev/null |
+            sed -n 's/.*"group":"\([^"]*\)".*/\1/p')"})
+        compadd -M 'm:{a-zA-Z}={A-Za-z}' -a groups
+        ;;
     (set:0|info:0|list:0|get:*|watch:*|fav:*)
         ((knows_codes)) || return
         # Asked of the projector, which may not be there: not for long, and without a word.

@@ -16,7 +16,8 @@ constexpr char kModule[] = "session";
 constexpr unsigned kModuleVersion = 1;
 constexpr char kConnect[] = "session:connect";
 constexpr char kChangePassword[] = "session:changePassword";
-constexpr char kInvalidChange[] = "User account password change failed: invalid parameter";
+constexpr char kChangeFailed[] = "User account password change failed: %s";
+constexpr char kNobody[] = "Nobody is logged in by name";
 
 /// A member of a request that must not stay in memory. What the parsed request holds goes with that.
 class CSecretMember
@@ -135,8 +136,16 @@ bool CC4jSession::ChangePassword(const Json::Value& request, Json::Value& respon
     const CSecretMember next(request, "new");
     if (current.Get().empty() || next.Get().empty())
     {
-        mLog.Log("%s", kInvalidChange);
+        mLog.Log(kChangeFailed, "invalid parameter");
         MakeErrorResponse(request, response, eErrorInvalidParameter);
+        return true;
+    }
+    const auto id = static_cast<unsigned>(GetClientFd(request));
+    const auto client = mClients.find(id);
+    if (client == mClients.end() || client->second.mUser.empty()) // by token: that is no account
+    {
+        mLog.Log(kChangeFailed, kNobody);
+        MakeErrorResponse(request, response, eErrorAccessGroup, kNobody);
         return true;
     }
     Json::Rpc::Ticket ticket;
@@ -150,10 +159,8 @@ bool CC4jSession::ChangePassword(const Json::Value& request, Json::Value& respon
         FinishChange(head, result, reply);
         ticket.Answer(std::move(reply));
     };
-    const auto id = static_cast<unsigned>(GetClientFd(request));
-    const SClient& client = mClients[id];
-    mLogIns.ChangePassword(client.mUser, current.Get(), next.Get(), mServer.GetClientAddress(id),
-                           client.mAlive, changed);
+    mLogIns.ChangePassword(client->second.mUser, current.Get(), next.Get(), mServer.GetClientAddress(id),
+                           client->second.mAlive, changed);
     return false;
 }
 
@@ -162,7 +169,7 @@ void CC4jSession::FinishChange(const Json::Value& request, const SPasswordResult
 {
     if (result.mError != eErrorNone)
     {
-        mLog.Log("User account password change failed: %s", result.mMessage.c_str());
+        mLog.Log(kChangeFailed, result.mMessage.c_str());
         MakeErrorResponse(request, response, result.mError, result.mMessage);
     }
     else
@@ -188,7 +195,7 @@ void CC4jSession::ShowGeneratedPassword()
 bool CC4jSession::Defer(const Json::Value& request, Json::Value& response, Json::Rpc::Ticket& ticket)
 {
     ticket = mServer.Defer();
-    if (ticket.IsAwaited())
+    if (ticket.IsAwaited() && mServer.IsClientConnected(static_cast<unsigned>(GetClientFd(request))))
         return true;
     MakeErrorResponse(request, response, eErrorRequestNotSupported);
     return false;

@@ -29,9 +29,9 @@ public:
     /// {"user", "pass"}: true, and the caller's level is the account's; error 117 with the reason, error 3
     /// when one of them is missing or empty. Without "id" {"token"}: level 6, or nothing; never a reply.
     bool Connect(const Json::Value& request, Json::Value& response);
-    /// {"curr", "new"}: true, and the password of the account that the caller logged in with, else that of
-    /// "admin", is the new one. Errors as of `CSecurityManager::ChangePassword`, 118 when it was not tried,
-    /// 3 when one of the two is missing or empty.
+    /// {"curr", "new"}: true, and the password of the account that the caller logged in with is the new one.
+    /// Error 3 when one of the two is missing or empty, 117 when the caller has not logged in by name; else
+    /// as of `CSecurityManager::ChangePassword`, 118 when it was not tried.
     bool ChangePassword(const Json::Value& request, Json::Value& response);
 
     static constexpr char kGeneratedPasswordCode[] = "GPW"; ///< control that shows the generated password

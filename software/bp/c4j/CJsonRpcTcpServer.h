@@ -2,6 +2,8 @@
 #pragma once
 
 #include "software/bp/c4j/CJsonRpcInput.h"
+#include "software/bp/c4j/CJsonRpcListener.h"
+#include "software/bp/c4j/CJsonRpcOutput.h"
 #include "software/bp/c4j/SJsonRpcClient.h"
 #include "software/include/EAccessLevel.h"
 #include "software/jsonrpc/Server.h"
@@ -50,8 +52,8 @@ public:
     };
 
     static constexpr std::size_t kMaxPending = CJsonRpcInput::kMaxPending; ///< bytes
-    static constexpr std::size_t kMaxOutput = std::size_t{4} << 20;        ///< bytes that wait for one client
-    static constexpr unsigned kPeerTimeoutMs = 60000;
+    static constexpr std::size_t kMaxOutput = CJsonRpcOutput::kMaxWaiting; ///< bytes that wait for one client
+    static constexpr unsigned kPeerTimeoutMs = CJsonRpcListener::kPeerTimeoutMs;
     static constexpr std::chrono::microseconds kQuantum = CJsonRpcInput::kQuantum;
 
     /// @param address  IPv4 address to bind to, see `Bind`
@@ -113,13 +115,7 @@ protected:
     /// from within a method.
     void Recv(ClientList::iterator position);
 
-    enum class ESend
-    {
-        Sent,    ///< by the socket, or partly by the client's buffer
-        Blocked, ///< nothing was sent: older output waits, or the socket takes nothing
-        Failed,  ///< nothing was sent, or nothing more can be; errno tells why
-        Unknown, ///< no such client
-    };
+    using ESend = CJsonRpcOutput::ESend;
     /// `Send` without its exceptions.
     ESend TrySend(unsigned id, const std::string& text);
     /// What `Send` throws for a result other than Sent; errno is still as `TrySend` left it.
@@ -129,15 +125,8 @@ private:
     class CWalk; // keeps removed clients alive while it lives
 
     SJsonRpcClient* Find(unsigned id) const noexcept; // null when there is none
-    void WatchListener();
     void AcceptWaiting();
-    void PauseListener(int error);
-    void CloseWaiting();
-    void ResumeListener();
-    unsigned LimitToPause(unsigned timeoutMs);
-    bool Admits(std::uint32_t peer);
     void AddClient(CDescriptor socket, std::uint32_t peer);
-    void ForgetPeer(std::uint32_t peer);
     void ServeClient(std::uint32_t id, const CSelectWrapper::SReady& ready);
     void ServeHeldBack(std::uint32_t firstId, std::uint32_t endId);
     void AppendReply(SJsonRpcClient& client, const Json::Value& response) override;
@@ -145,10 +134,6 @@ private:
     void EndTurn(SJsonRpcClient& client) override;
     void LoseInput(SJsonRpcClient& client) override;
     void RefuseInput(SJsonRpcClient& client) override;
-    void Flush(SJsonRpcClient& client);
-    void Watch(SJsonRpcClient& client, bool read, bool write);
-    void FailOutput(SJsonRpcClient& client, int error);
-    void DropOutput(SJsonRpcClient& client);
     void Recount(SJsonRpcClient& client);
     void Charge(SJsonRpcClient& client);
     bool PurgeGreediest();
@@ -157,7 +142,6 @@ private:
     void Remove(ClientList::iterator position);
     void TellGone(unsigned id) noexcept;
     void LogClient(const char* what, const SJsonRpcClient& client) const;
-    void LogReplyFailure(const SJsonRpcClient& client, int error) const;
 
     ILog& mLog;
     CJsonRpcInput mInput; // before the clients: what of theirs is answered later may tell it of the answer
@@ -167,20 +151,9 @@ private:
     ClientList mRemoved;               // still held by a walk
     unsigned mWalks = 0;
 
-    struct SPeer
-    {
-        std::size_t mClients = 0;
-        bool mIsFull = false; // its limit was reached; logged
-    };
-    std::unordered_map<std::uint32_t, SPeer> mPeers; // by IPv4 address; who has a client
-
     CSelectWrapper mSelect;
-    int mWatchedListener = -1;
-    bool mListenerPaused = false;
-    std::chrono::steady_clock::time_point mPausedUntil;
-    bool mHasRunOut = false; // of descriptors; logged
-    bool mIsFull = false;    // the client limit was reached; logged
-    CDescriptor mReserve;    // given up for a moment to close a connection that no descriptor is left for
+    CJsonRpcListener mListener;
+    CJsonRpcOutput mOutput;
 
     SLimits mLimits;
     std::size_t mPendingBytes = 0;

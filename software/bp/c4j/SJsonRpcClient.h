@@ -16,6 +16,7 @@ struct SJsonRpcClient
     /// Takes the socket over, gives it the id in `mGlobalId` and asks the system for the peer's address.
     explicit SJsonRpcClient(int socket);
 
+    std::uint64_t GetTag() const noexcept { return std::uint64_t{mId} + 1; }        ///< in the wait; never 0
     std::size_t GetUnsent() const noexcept { return mOutput.size() - mOutputSent; } ///< bytes
 
     /// Bytes since the last NUL, not yet a whole message. While the input is held back, all that was read

@@ -37,9 +37,19 @@ void CClosedPidLoop::SetMaxOutput(double output)
 double CClosedPidLoop::Process(double measurement)
 {
     const double error = PrePidProcessing(measurement);
+    if (!std::isfinite(error))
+        return Fail();
     const CPidCoreAlgorithm::SResult result = mCore.Calculate(mSum, mPreviousError, error);
     mPreviousError = error;
     return PostPidProcessing(result.mOutput, result.mSum);
+}
+
+// Nothing is known, so nothing may be slowed down; what is not a number must not stay in the sums either.
+double CClosedPidLoop::Fail() noexcept
+{
+    ClearIntegralSum();
+    ClearPreviousError();
+    return mFactor = kFullFactor;
 }
 
 double CClosedPidLoop::PrePidProcessing(double measurement) noexcept

@@ -17,7 +17,9 @@ public:
     CClosedPidLoop(ILog& log, double target, double p, double i, double d, double minimum,
                    bool directProportional) noexcept;
 
-    double Process(double measurement); ///< one sample; the correction factor
+    /// One sample; the correction factor. It is 1.0, and the loop starts anew, when measurement or target is
+    /// not a finite number.
+    double Process(double measurement);
 
     void SetErrorThreshold(double threshold) noexcept { mErrorThreshold = threshold; } ///< dead band
     /// The integral sum is cleared while the error is above this; in a direct loop while it is below, so
@@ -41,6 +43,7 @@ public:
     static void CheckMaxOutput(double output); ///< as `SetMaxOutput`, but changes nothing
 
 private:
+    double Fail() noexcept;
     double PrePidProcessing(double measurement) noexcept; // the error
     double PostPidProcessing(double output, double sum) noexcept;
 

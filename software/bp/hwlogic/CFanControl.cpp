@@ -2,6 +2,7 @@
 #include "software/bp/hwlogic/CFanControl.h"
 
 #include "software/bp/hwlogic/SThermalConfig.h"
+#include "software/include/ILog.h"
 
 namespace
 {
@@ -10,11 +11,19 @@ constexpr double kPercent = 100.0;
 
 CFanControl::CFanControl(ICoolingBoard& board, ILog& log)
     : mBoard(board)
+    , mLog(log)
     , mLoops(log)
     , mZones{CZoneCooling(board, EThermalZone::Die, mLoops, log),
              CZoneCooling(board, EThermalZone::LightSource, mLoops, log),
              CZoneCooling(board, EThermalZone::PowerSupply, mLoops, log)}
 {
+}
+
+// The zones' own ends do it; the line tells whoever reads the log that they came.
+CFanControl::~CFanControl()
+{
+    mLog.LogFYI(eFyiThermal, "The control of the fans ends; each goes to its safe speed, %.0f %%",
+                CZoneCooling::kSafeDemand);
 }
 
 void CFanControl::Configure(const SThermalConfig& config)

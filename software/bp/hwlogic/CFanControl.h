@@ -22,6 +22,9 @@ public:
     static constexpr std::chrono::milliseconds kSamplePeriod{1000}; ///< the time base of the loops
 
     CFanControl(ICoolingBoard& board, ILog& log);
+    CFanControl(const CFanControl&) = delete;
+    CFanControl& operator=(const CFanControl&) = delete;
+    ~CFanControl() override; ///< all fans at their safe speed
 
     /// Once.
     /// @throws CException "Thermal zone %d: REASON"; the fans then stay at their safe speed
@@ -41,6 +44,7 @@ public:
 
 private:
     ICoolingBoard& mBoard;
+    ILog& mLog;
     CClosedLoopFanControl mLoops;
     std::array<CZoneCooling, kThermalZones> mZones; // by EThermalZone
     ETcmMode mMode = eModeDefault;

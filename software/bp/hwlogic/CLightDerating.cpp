@@ -1,13 +1,13 @@
 // Two thresholds and a step at a time, so that the light neither flickers nor oscillates with the heat.
 #include "software/bp/hwlogic/CLightDerating.h"
 
-#include "software/bp/hwlogic/ICoolingBoard.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
 #include "software/include/ILog.h"
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace
 {
@@ -27,10 +27,10 @@ void SetSoftMaximum(CProjCon& light, int softMaximum)
 } // namespace
 
 CLightDerating::CLightDerating(CEventDispatcher& dispatcher, const std::string& code,
-                               const ICoolingBoard& board, ILog& log)
+                               std::function<double()> measure, ILog& log)
     : mDispatcher(dispatcher)
     , mCode(code)
-    , mBoard(board)
+    , mMeasure(std::move(measure))
     , mLog(log)
 {
 }
@@ -42,14 +42,12 @@ void CLightDerating::Advance(std::chrono::milliseconds elapsed)
     if (light == nullptr || mSinceStep < kStepPeriod)
         return;
 
-    // Not a number when the sensor is silent: neither comparison holds then, the light stays as it is, and
-    // the fans run at full speed.
-    const double temperature = mBoard.GetTemperature(EThermalZone::Die);
+    const double temperature = mMeasure(); // of what is not a number neither comparison below holds
     const int step = std::max(1, PartOfRange(*light, kStepFraction));
     const int ceiling = mDerated ? light->GetSoftMaxValue() : light->GetMaxValue();
     const int least = light->GetMinValue() + PartOfRange(*light, kLeastFraction);
     if (temperature > kLimit && ceiling > least)
-        Lower(*light, std::max(ceiling - step, least));
+        Lower(*light, std::max(ceiling - step, least), temperature);
     else if (temperature < kRelease && mDerated)
         Raise(*light, std::min(ceiling + step, light->GetMaxValue()));
 }
@@ -64,13 +62,13 @@ bool CLightDerating::IsHeldDown(const CProjCon& light) const noexcept
     return mDerated && light.GetValue() == light.GetSoftMaxValue() && mWanted > light.GetValue();
 }
 
-void CLightDerating::Lower(CProjCon& light, int softMaximum)
+void CLightDerating::Lower(CProjCon& light, int softMaximum, double celsius)
 {
     if (!mDerated || light.GetValue() != light.GetSoftMaxValue())
         mWanted = light.GetValue(); // not what an earlier step left, but what somebody chose
     if (!mDerated)
         mLog.LogWarning("%s: die at %.1f degrees C, above %.1f; light output is being limited", mCode.c_str(),
-                        mBoard.GetTemperature(EThermalZone::Die), kLimit);
+                        celsius, kLimit);
     mDerated = true;
     mSinceStep = std::chrono::milliseconds(0);
     SetSoftMaximum(light, softMaximum);

@@ -2,21 +2,24 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
 
 class CEventDispatcher;
 class CProjCon;
-class ICoolingBoard;
 class ILog;
 
 /// While the die is above its limit, the soft maximum of the light output comes down step by step; when it is
 /// well below, the soft maximum goes up again, and with it an output that this class had lowered and nobody
-/// has touched since. Nothing is owned; all must outlive it. Used from the loop's thread.
+/// has touched since. A temperature that may not be believed moves the light neither way: the fans run at
+/// full speed then, which is enough for full light, while light that comes back could be too much. Nothing is
+/// owned; all must outlive it. Used from the loop's thread.
 class CLightDerating
 {
 public:
-    /// @param code  control of the light output, of a type with a soft range
-    CLightDerating(CEventDispatcher& dispatcher, const std::string& code, const ICoolingBoard& board,
+    /// @param code     control of the light output, of a type with a soft range
+    /// @param measure  gives the die's temperature, °C; not a number when it may not be believed
+    CLightDerating(CEventDispatcher& dispatcher, const std::string& code, std::function<double()> measure,
                    ILog& log);
 
     void Advance(std::chrono::milliseconds elapsed); ///< time since the last call
@@ -34,12 +37,12 @@ public:
 
 private:
     bool IsHeldDown(const CProjCon& light) const noexcept;
-    void Lower(CProjCon& light, int softMaximum);
+    void Lower(CProjCon& light, int softMaximum, double celsius);
     void Raise(CProjCon& light, int softMaximum);
 
     CEventDispatcher& mDispatcher;
     const std::string mCode;
-    const ICoolingBoard& mBoard;
+    const std::function<double()> mMeasure; // °C
     ILog& mLog;
     std::chrono::milliseconds mSinceStep{0};
     bool mDerated = false;

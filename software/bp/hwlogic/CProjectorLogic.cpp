@@ -66,7 +66,8 @@ CProjectorLogic::CProjectorLogic(CEventDispatcher& dispatcher, const SProjectorH
     , mLensHome(dispatcher)
     , mReset(dispatcher, log)
     , mFans(hardware.mCooling, log)
-    , mDerating(dispatcher, kLightCode, hardware.mCooling, log)
+    , mDerating(
+          dispatcher, kLightCode, [this] { return mFans.GetTemperature(EThermalZone::Die); }, log)
     , mHours(dispatcher, "OPH", "PWR")
     , mLensReadouts(dispatcher)
     , mThermalReadouts(dispatcher)
@@ -95,7 +96,7 @@ void CProjectorLogic::BindReadouts(const ICoolingBoard& board)
     {
         const EThermalZone zone = codes.mZone;
         mThermalReadouts.Add(codes.mFan, [&board, zone] { return board.GetFanSpeed(zone); });
-        mThermalReadouts.Add(codes.mTemperature, [&board, zone] { return board.GetTemperature(zone); });
+        mThermalReadouts.Add(codes.mTemperature, [this, zone] { return mFans.GetTemperature(zone); });
     }
 }
 

@@ -105,7 +105,7 @@ void CZoneCooling::Sample(double ambient)
                           ? static_cast<int>(std::clamp<double>(ambient, mCurve.kLowestTemperature,
                                                                 mCurve.kHighestTemperature))
                           : mCurve.kHighestTemperature);
-    mStimuli->mLoop.Update(celsius, mConfig.mTargets[mMode]);
+    mStimuli->mLoop.Update(celsius, mConfig.mTargets[static_cast<std::size_t>(mMode)]);
     mStimuli->mRecovery.Update(!(celsius < mConfig.mWarning)); // what is not a number is a warning too
     mManager.Update();
 }

@@ -14,7 +14,7 @@ enum class EThermalZone
 
 constexpr std::size_t kThermalZones = 3;
 
-/// The cooling side of the boards. Used from the loop's thread; no operation may block.
+/// The cooling side of the boards. Used from the loop's thread; no operation may block or throw.
 class ICoolingBoard
 {
 public:

@@ -15,7 +15,8 @@
 ///
 /// A transaction is: wait for ready, fill the transmit FIFO, write control with start set, wait for done,
 /// look at bit 3 and the bytes received, empty the receive FIFO. It writes first and then, after a repeated
-/// start, reads. All its waits together take 100 ms at most; one that fails is aborted.
+/// start, reads. All its waits together take 100 ms at most; one that fails is aborted. One that the register
+/// bus cut short is aborted when the next one begins, which so finds empty FIFOs.
 ///
 /// Lengths are 0 to 255 bytes, devices 7 bits. Used from one thread at a time.
 class CI2cFpga
@@ -31,6 +32,11 @@ public:
     void Read(std::uint8_t device, std::uint8_t* rx, std::uint32_t rxLength);
     void WriteRead(std::uint8_t device, const std::uint8_t* tx, std::uint32_t txLength, std::uint8_t* rx,
                    std::uint32_t rxLength);
+
+    /// The same, for a device that may be busy.
+    /// @returns false when it does not acknowledge; every other failure throws
+    bool TryWriteRead(std::uint8_t device, const std::uint8_t* tx, std::uint32_t txLength, std::uint8_t* rx,
+                      std::uint32_t rxLength);
 
     virtual const char* GetName() const = 0; ///< of the bus, for messages
 
@@ -68,8 +74,10 @@ protected:
     virtual void ReadFifo(std::uint8_t* data, std::uint32_t length) = 0;
 
 private:
+    void Abort();
     bool Await(EControl bit);
     [[noreturn]] void Fail(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     CTimer mTimer;
+    bool mIsUnfinished = false; // a transaction neither ended nor was aborted
 };

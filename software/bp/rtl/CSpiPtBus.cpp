@@ -55,6 +55,9 @@ void CSpiPtBus::WriteRead(std::uint8_t, const std::uint8_t* tx, std::uint32_t tx
     if (rxLength > 0 && (txLength > kTxLength.mMask >> kTxLength.mShift || rxLength > kReceivedLength.mMask))
         throw CException(__func__, kSource, __LINE__, false,
                          "SPI master cannot write %u and read %u bytes at once.", txLength, rxLength);
+    if (mIsUnfinished)
+        Abort(); // or the bytes that it left in the FIFO would go out ahead of these
+    mIsUnfinished = true;
     AwaitReady();
     NByteFifo::Write(mTxFifo, tx, txLength);
     if (mBank.ReadField(kControl, kOverflow.mShift, kOverflow.mMask) != 0)
@@ -63,10 +66,12 @@ void CSpiPtBus::WriteRead(std::uint8_t, const std::uint8_t* tx, std::uint32_t tx
         throw CException(__func__, kSource, __LINE__, false, "SPI master TX buffer overflow.");
     }
     Start(txLength, rxLength);
-    if (rxLength == 0)
-        return;
-    CheckReceived(rxLength);
-    NByteFifo::Read(mRxFifo, rx, rxLength);
+    if (rxLength > 0)
+    {
+        CheckReceived(rxLength);
+        NByteFifo::Read(mRxFifo, rx, rxLength);
+    }
+    mIsUnfinished = false;
 }
 
 void CSpiPtBus::AwaitReady()
@@ -106,4 +111,5 @@ void CSpiPtBus::CheckReceived(std::uint32_t expected)
 void CSpiPtBus::Abort()
 {
     mBank.WriteField(kControl, 1, kAbort.mShift, kAbort.mMask);
+    mIsUnfinished = false;
 }

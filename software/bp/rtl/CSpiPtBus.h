@@ -18,7 +18,8 @@ public:
     void Write(std::uint8_t selector, const std::uint8_t* tx,
                std::uint32_t txLength) override;                                         ///< does nothing
     void Read(std::uint8_t selector, std::uint8_t* rx, std::uint32_t rxLength) override; ///< does nothing
-    /// The whole transaction takes 100 ms at most; one that fails is aborted.
+    /// The whole transaction takes 100 ms at most; one that fails is aborted, and one that the register bus
+    /// cut short is aborted when the next one begins.
     /// @param txLength  1 and more; at most 15 ahead of a read
     /// @param rxLength  0 to 4095
     /// @throws CException "Write buffer cannot be null and write length cannot be zero.", "Read buffer cannot
@@ -53,4 +54,5 @@ private:
     CPtMemoryPort mRxFifo;
     CPtMemoryPort mTxFifo;
     CTimer mTimer;
+    bool mIsUnfinished = false; // a transaction neither ended nor was aborted
 };

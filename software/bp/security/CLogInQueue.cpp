@@ -70,12 +70,11 @@ void CLogInQueue::ChangePassword(const std::string& user, const std::string& cur
                                  const std::string& peer, Owner owner, Changed changed)
 {
     const auto result = std::make_shared<SPasswordResult>();
-    const std::string name = user.empty() ? CSecurityManager::kFirstAccount : user;
-    STry step{peer, name, std::move(owner), {}, {}, {}};
-    step.mMake = [this, result, name, old = std::make_shared<CSecret>(current),
+    STry step{peer, user, std::move(owner), {}, {}, {}};
+    step.mMake = [this, result, user, old = std::make_shared<CSecret>(current),
                   fresh = std::make_shared<CSecret>(next)]
     {
-        result->mError = mManager.ChangePassword(name, old->Get(), fresh->Get(), result->mMessage);
+        result->mError = mManager.ChangePassword(user, old->Get(), fresh->Get(), result->mMessage);
         return result->mError != eErrorAccessGroup;
     };
     step.mRefuse = [result](const char* why)

@@ -45,7 +45,6 @@ public:
     void LogIn(const std::string& user, const std::string& password, const std::string& peer, Owner owner,
                Done done);
     /// Counts as a try, because it tells whether the current password is right.
-    /// @param user     empty: the account "admin"
     /// @param changed  as the `Done` of a log-in
     void ChangePassword(const std::string& user, const std::string& current, const std::string& next,
                         const std::string& peer, Owner owner, Changed changed);

@@ -1,4 +1,4 @@
-// One run of the real program, with its output in pipes or on a terminal.
+// One run of the real program, with its output in pipes or on a terminal, or talking to a person at one.
 #pragma once
 
 #include "software/utility/CDescriptor.h"
@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <string>
 #include <sys/wait.h>
+#include <termios.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -25,6 +26,7 @@ public:
     {
         Pipe,
         Terminal,
+        Dialogue, ///< standard input and errors too are the terminal, where it says what somebody would see
     };
 
     explicit CCtlProcess(const std::vector<std::string>& arguments,
@@ -32,10 +34,10 @@ public:
                          const std::string& program = LANTERN_TEST_CTL)
     {
         CDescriptor outEnd;
-        if (output == EOutput::Terminal)
-            OpenTerminal(outEnd);
-        else
+        if (output == EOutput::Pipe)
             OpenPipe(mOut, outEnd);
+        else
+            OpenTerminal(outEnd);
         CDescriptor errorEnd;
         OpenPipe(mError, errorEnd);
 
@@ -46,7 +48,10 @@ public:
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, outEnd.Get(), STDOUT_FILENO);
-        posix_spawn_file_actions_adddup2(&actions, errorEnd.Get(), STDERR_FILENO);
+        const bool isDialogue = output == EOutput::Dialogue;
+        posix_spawn_file_actions_adddup2(&actions, (isDialogue ? outEnd : errorEnd).Get(), STDERR_FILENO);
+        if (isDialogue)
+            posix_spawn_file_actions_adddup2(&actions, outEnd.Get(), STDIN_FILENO);
         const int result = posix_spawn(&mPid, program.c_str(), &actions, nullptr, Pointers(words).data(),
                                        Pointers(variables).data());
         posix_spawn_file_actions_destroy(&actions);
@@ -94,6 +99,20 @@ public:
             }
         }
         return mExitCode;
+    }
+
+    void Type(const std::string& keys) ///< at the terminal of a dialogue
+    {
+        if (write(mOut.Get(), keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
+            throw std::runtime_error("the terminal takes no more");
+    }
+    /// What the terminal does with its keys (`c_lflag`), while the program runs and after it.
+    tcflag_t GetTerminalMode() const
+    {
+        termios mode{};
+        if (tcgetattr(mOut.Get(), &mode) != 0)
+            throw std::runtime_error("no terminal");
+        return mode.c_lflag;
     }
 
     void Signal(int number) { kill(mPid, number); }

@@ -158,6 +158,55 @@ TEST_F(LanternCtlDaemon, LogsInOverEveryWayThatHasLevels)
               "lanternctl: send sends one message only; to log in, send '(UID\"NAME\" \"PASSWORD\")'\n");
 }
 
+TEST_F(LanternCtlDaemon, APasswordIsTypedUnseenAndTheTerminalIsAsBefore)
+{
+    const std::string first = GetPassword();
+    const std::vector<std::string> logIn{
+        "--port", std::to_string(mDaemon.GetPort()), "--user", "admin", "get", "SVM"};
+    const std::vector<std::string> change{"account", "passwd", "admin", "--state-dir", mFolder.File("state")};
+    const std::string interrupt(1, '\x03');
+    const std::string quit(1, '\x1c');
+    constexpr char kNone[] = "lanternctl: no password was given\r\n";
+    struct SDialogue
+    {
+        const std::vector<std::string>& mArguments;
+        std::vector<std::pair<std::string, std::string>> mLines; // a question, what is typed
+        int mExitCode;
+        std::string mLast;
+    };
+    const SDialogue dialogues[] = {
+        {logIn, {{"Password of admin: ", interrupt}}, 2, kNone}, // without the return key
+        {logIn, {{"Password of admin: ", "half of it" + quit}}, 2, kNone},
+        {logIn, {{"Password of admin: ", "\x04"}}, 2, kNone}, // the end of the input
+        {logIn, {{"Password of admin: ", first + "\n"}}, 0, "\r\noff\r\n"},
+        {change,
+         {{"New password of admin: ", "ten dark lenses\n"}, {"Again: ", "two dark lenses\n"}},
+         2,
+         "\r\nlanternctl: the two passwords differ\r\n"},
+        {change,
+         {{"New password of admin: ", "two dark lenses\n"}, {"Again: ", "two dark lenses\n"}},
+         0,
+         "\r\n"},
+        {logIn, {{"Password of admin: ", "two dark lenses\n"}}, 0, "\r\noff\r\n"},
+    };
+    for (const SDialogue& dialogue : dialogues)
+    {
+        SCOPED_TRACE(testing::PrintToString(dialogue.mLines));
+        CCtlProcess process(dialogue.mArguments, {"NO_COLOR=1"}, CCtlProcess::EOutput::Dialogue);
+        std::string seen;
+        for (const auto& [question, typed] : dialogue.mLines)
+        {
+            seen += (seen.empty() ? "" : "\r\n") + question;
+            ASSERT_TRUE(process.WaitForOutput(question));
+            EXPECT_EQ(process.GetTerminalMode() & (ECHO | ISIG), 0u);
+            process.Type(typed);
+        }
+        EXPECT_EQ(process.Wait(), dialogue.mExitCode);
+        EXPECT_EQ(process.GetOutput(), seen + dialogue.mLast);
+        EXPECT_EQ(process.GetTerminalMode() & (ECHO | ISIG), ECHO | ISIG);
+    }
+}
+
 TEST_F(LanternCtlDaemon, AccountsAreChangedWhileTheDaemonRuns)
 {
     const std::string state = mFolder.File("state");

@@ -80,6 +80,22 @@ TEST_F(LanternCtlStatus, BothWaysShowTheSameWithTheWorstFirst)
     EXPECT_EQ(Run(mTcp, {"watch"}, 2), "lanternctl: CODE or --alarms is required (see lanternctl --help)\n");
 }
 
+TEST_F(LanternCtlStatus, CompletionKnowsTheGroups)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"''", "Fans Lens System Temperature\n"}, {"f", "Fans\n"}, {"Fans ''", "\n"}};
+    for (const auto& [typed, offered] : rows)
+    {
+        const std::string script =
+            "source <(\"$0\" completion bash); COMP_WORDS=(lanternctl --port " + mTcp.back() + " status " +
+            typed + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _lanternctl \"$0\"; echo ${COMPREPLY[@]}";
+        CCtlProcess bash({"-c", script, LANTERN_TEST_CTL}, {"PATH=/usr/bin:/bin"}, CCtlProcess::EOutput::Pipe,
+                         "/bin/bash");
+        EXPECT_EQ(bash.Wait(), 0);
+        EXPECT_EQ(bash.GetOutput(), offered) << typed;
+    }
+}
+
 TEST_F(LanternCtlStatus, AWatcherTellsEachAlarmOnce)
 {
     Words arguments = mTcp;

@@ -290,6 +290,9 @@ TEST_F(LanternCtl, CompletionOffersWhatFits)
          "get set info list watch status alarms menu fav modules jobs call send cep account completion"},
         {"se", "set send"},
         {"fav ''", "list add remove clear"},
+        {"account ''", "list add passwd remove"},
+        {"account a", "add"},
+        {"--port 1 status ''", ""}, // nobody there
         {"--port @ fav add l", "LHM LUM"},
         {"list --fo", "--format"},
         {"list --format c", "codes"},

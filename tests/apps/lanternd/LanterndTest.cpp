@@ -59,6 +59,7 @@ TEST_F(Lanternd, TellsWhenItIsReadyAndEndsCleanly)
     CRpcConnection client(daemon.GetPort());
     EXPECT_EQ(client.Get("LUM"), 1000);
     EXPECT_EQ(daemon.Stop(SIGTERM), 0);
+    EXPECT_NE(daemon.GetLog().find("each goes to its safe speed, 70 %"), std::string::npos);
     // Nothing else, and the password of the first account at the very first start only.
     EXPECT_TRUE(std::regex_match(
         daemon.GetOutput(),

@@ -56,7 +56,7 @@ public:
     bool Receive(CIpcMessage&, unsigned) override { return false; }
     void Disconnect() noexcept override {}
     bool IsLocal() const noexcept override { return true; }
-    void OpenNotify() override {}
+    bool OpenNotify() override { return false; }
     const std::string& GetNotifyAddress() const noexcept override { return mAddress; }
     int GetNotifyDescriptor() const noexcept override { return -1; }
     void ProcessNotify(std::list<CIpcMessage>&) override {}

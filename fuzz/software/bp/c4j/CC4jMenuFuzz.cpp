@@ -51,7 +51,7 @@ public:
     {
         Load(menus, favorites);
         Json::Value response;
-        Require(mServer.ProcessOutOfBandMessage(request, response, kClient));
+        mServer.ProcessOutOfBandMessage(request, response, kClient);
         Check(response);
         mDispatcher.GetNotificationManager().NotifyUnregisterAll(
             CNotificationManager::MakeAddrFromSocket(kClient));

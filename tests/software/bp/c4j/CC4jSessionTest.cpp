@@ -132,6 +132,7 @@ TEST_F(CC4jSessionTest, ATokenIsNeverAnswered)
 TEST_F(CC4jSessionTest, AChangedPasswordHoldsAtOnceAndTheGeneratedOneIsShownNoLonger)
 {
     CC4jRigClient client(mServer);
+    EXPECT_EQ(Ask(client, "session:connect", LogInParams("admin", mPassword)), Result("true"));
     EXPECT_EQ(Ask(client, "session:changePassword", ChangeParams("wrong", "long enough")), mWrong);
     EXPECT_TRUE(HasLogged("User account password change failed: Invalid user name or password"));
     EXPECT_EQ(Ask(client, "session:changePassword", ChangeParams(mPassword, "short")),
@@ -147,6 +148,23 @@ TEST_F(CC4jSessionTest, AChangedPasswordHoldsAtOnceAndTheGeneratedOneIsShownNoLo
     EXPECT_EQ(Ask(client, "session:changePassword", ChangeParams("long enough", "a third one")),
               Result("true"));
     EXPECT_TRUE(HasLogged("Generated account password change failed: projcon not found"));
+}
+
+TEST_F(CC4jSessionTest, ThePasswordOfNobodyIsNotChanged)
+{
+    const std::string change = Request("session:changePassword", ChangeParams(mPassword, "long enough"));
+    const std::string nobody = Error(117, "Nobody is logged in by name");
+    CC4jRigClient client(mServer);
+    CC4jRigClient other(mServer);
+    EXPECT_EQ(Ask(other, "session:connect", LogInParams("admin", mPassword)), Result("true"));
+    EXPECT_EQ(Ask(client, {change}).at(0), nobody) << "another one's log-in is not theirs";
+    EXPECT_EQ(Ask(client, {Request("session:connect", LogInParams("admin", "wrong")), change}),
+              (std::vector<std::string>{mWrong, nobody}));
+    client.Send(Message(R"("jsonrpc":"2.0")", "session:connect", R"({"token":"0123456789abcdef"})"));
+    EXPECT_EQ(Ask(client, {change}).at(0), nobody) << "a token is no account";
+    EXPECT_EQ(Ask(client, "session:changePassword", R"({"curr":"x"})"), Error(3, "Invalid Parameter"));
+    EXPECT_TRUE(HasLogged("User account password change failed: Nobody is logged in by name"));
+    EXPECT_EQ(Ask(client, "session:connect", LogInParams("admin", mPassword)), Result("true"));
 }
 
 TEST_F(CC4jSessionTest, WhoeverLoggedInChangesTheirOwnPassword)

@@ -121,6 +121,23 @@ TEST(ClosedPidLoop, EverySampleIsExact)
     }
 }
 
+TEST(ClosedPidLoop, WhatIsNoNumberMeansFullCoolingAndLeavesNothingBehind)
+{
+    CRecordingLog log;
+    CClosedPidLoop loop(log, 50.0, 0.1, 0.01, 0.5, 0.25, !kDirect);
+    for (const double nothing :
+         {std::nan(""), std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()})
+    {
+        loop.Process(54.0);
+        EXPECT_EQ(loop.Process(nothing), 1.0);
+        EXPECT_EQ(loop.GetCorrectionFactor(), 1.0);
+        EXPECT_EQ(loop.GetIntegralSum(), 0.0);
+        EXPECT_EQ(loop.Process(50.0), 0.25); // as a fresh one
+    }
+    loop.SetNewTarget(std::nan(""));
+    EXPECT_EQ(loop.Process(20.0), 1.0);
+}
+
 TEST(ClosedPidLoop, OutputsAreMeasuredByTheMaximum)
 {
     CRecordingLog log;

@@ -1,7 +1,6 @@
 // Light goes down with heat and comes back, by steps, and the user's choice is respected.
 #include "software/bp/hwlogic/CLightDerating.h"
 
-#include "software/bp/hwlogic/ICoolingBoard.h"
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
 #include "tests/support/CRecordingLog.h"
@@ -13,24 +12,12 @@
 
 namespace
 {
-class CSetBoard : public ICoolingBoard
-{
-public:
-    double GetTemperature(EThermalZone) const override { return mCelsius; }
-    double GetFanSpeed(EThermalZone) const override { return 0.0; }
-    void SetFanDemand(EThermalZone, double) override {}
-    std::uint32_t GetSampleCount(EThermalZone) const override { return 0; }
-    double GetAmbientTemperature() const override { return 25.0; }
-
-    double mCelsius = 25.0;
-};
-
 class LightDerating : public testing::Test
 {
 protected:
     void Step(double celsius, int times = 1)
     {
-        mBoard.mCelsius = celsius;
+        mCelsius = celsius;
         for (int i = 0; i < times; ++i)
             mDerating.Advance(CLightDerating::kStepPeriod);
     }
@@ -40,8 +27,8 @@ protected:
     CRecordingProxy mProxy;
     CProjCon mLight{eDisplaySoftValue, mDispatcher, mProxy, "LUM", true, 0, 1000, 1000,
                     eAccessOperator,   1,           2,      1,     false};
-    CSetBoard mBoard;
-    CLightDerating mDerating{mDispatcher, "LUM", mBoard, mLog};
+    double mCelsius = 25.0;
+    CLightDerating mDerating{mDispatcher, "LUM", [this] { return mCelsius; }, mLog};
 };
 } // namespace
 

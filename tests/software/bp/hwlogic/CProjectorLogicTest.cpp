@@ -269,3 +269,36 @@ TEST_F(ProjectorLogic, WhatDoesNotMoveAsItShouldRaisesAnAlarm)
     Advance(60s);
     EXPECT_TRUE(mStatus.GetAlarms().empty());
 }
+
+TEST_F(ProjectorLogic, ASensorThatLiesIsNeitherShownNorDimsTheLight)
+{
+    using EFault = CSimulatedBoard::ESensorFault;
+    CProjCon& shown = AddInteger("TP1", -400, 1500, 1, true);
+    CProjCon& light = AddInteger("LUM", 0, 1000, 1);
+    light.SetValue(1000);
+    AddBoolean("PWR").SetValue(1);
+    Advance(120s);
+    for (const EFault fault : {EFault::Absurd, EFault::Silent})
+    {
+        const int believed = shown.GetValue();
+        mBoard.SetSensorFault(EThermalZone::Die, fault);
+        Advance(60s);
+        EXPECT_EQ(shown.GetValue(), believed);
+        EXPECT_EQ(light.GetValue(), 1000);
+        EXPECT_EQ(mStatus.GetItem("Temperature", 0)->mValue, "no reading");
+        mBoard.SetSensorFault(EThermalZone::Die, EFault::None);
+        Advance(60s);
+    }
+
+    mBoard.BlockFan(EThermalZone::Die, true); // until the light comes down, and the sensor stops just then
+    while (light.GetValue() == 1000)
+        Advance(1s);
+    mBoard.SetSensorFault(EThermalZone::Die, EFault::Frozen);
+    mBoard.BlockFan(EThermalZone::Die, false);
+    Advance(300s);
+    EXPECT_GE(light.GetValue(), 850); // what was taken while the reading could still be believed
+    EXPECT_TRUE(light.IsSoftMaxActive());
+    mBoard.SetSensorFault(EThermalZone::Die, EFault::None);
+    Advance(60s);
+    EXPECT_EQ(light.GetValue(), 1000);
+}

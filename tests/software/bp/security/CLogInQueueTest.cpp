@@ -59,7 +59,7 @@ TEST_F(CLogInQueueTest, EveryTryHasItsResultOnTheLoopsThread)
     EXPECT_TRUE(mResults.empty());
     Await(queue, 2);
     const auto owner = std::make_shared<int>();
-    queue.ChangePassword("", mPassword, "long enough", "a", owner,
+    queue.ChangePassword("admin", mPassword, "long enough", "a", owner,
                          [&](const SPasswordResult& result)
                          { mResults.push_back("changed: " + std::to_string(result.mError)); });
     Await(queue, 3);
