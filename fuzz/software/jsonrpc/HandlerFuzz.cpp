@@ -2,7 +2,7 @@
 #include "software/jsonrpc/Handler.h"
 
 #include "software/jsonrpc/RpcMethod.h"
-#include "software/jsonrpc/Turn.h"
+#include "software/utility/CTurn.h"
 
 #include <json/reader.h>
 
@@ -61,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     static CMethods methods;
     const char* const text = reinterpret_cast<const char*>(data);
     Json::Value response;
-    Json::Rpc::Turn turn(std::chrono::microseconds(0)); // over after each request of a batch
+    CTurn turn(std::chrono::microseconds(0)); // over after each request of a batch
     auto exchange = methods.GetHandler().Begin(text, text + size, response, 7, turn);
     while (exchange != nullptr && !methods.GetHandler().Resume(*exchange, response, turn))
         Require(!exchange->IsWaiting() && response.isNull());
