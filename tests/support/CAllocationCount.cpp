@@ -18,10 +18,15 @@ void* Allocate(std::size_t size)
 }
 } // namespace
 
-// The other forms (arrays, nothrow) of the standard library call these.
+// The standard library's other forms call these; a sanitizer's nothrow form does not, so it is replaced too.
 void* operator new(std::size_t size)
 {
     return Allocate(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    ++tAllocations;
+    return std::malloc(size == 0 ? 1 : size);
 }
 void operator delete(void* memory) noexcept
 {

@@ -99,7 +99,7 @@ TEST_F(LanternCtl, SaysWhyItDidNot)
          2,
          "",
          "lanternctl: no such command \"fly\"; one of: get, set, info, list, watch, status, alarms, menu, "
-         "fav, modules, jobs, call, send, cep, account, "
+         "fav, modules, jobs, call, send, cep, hdf, account, "
          "completion "
          "(see lanternctl --help)\n"},
         {{"set", "NME", "-x"},
@@ -287,7 +287,7 @@ TEST_F(LanternCtl, CompletionOffersWhatFits)
 {
     const std::pair<std::string, std::string> rows[] = {
         {"''",
-         "get set info list watch status alarms menu fav modules jobs call send cep account completion"},
+         "get set info list watch status alarms menu fav modules jobs call send cep hdf account completion"},
         {"se", "set send"},
         {"fav ''", "list add remove clear"},
         {"account ''", "list add passwd remove"},
