@@ -5,7 +5,6 @@
 #include "software/bp/serial/CEventDispatcher.h"
 #include "software/bp/serial/CProjCon.h"
 #include "software/bp/serial/NAsciiCodeUtils.h"
-#include "software/utility/CAtomicFile.h"
 #include "software/utility/CException.h"
 #include "software/utility/CJsonMembers.h"
 #include "software/utility/NJsonFile.h"
@@ -16,13 +15,11 @@
 #include <iterator>
 #include <limits>
 #include <set>
-#include <stdexcept>
 #include <utility>
 
 namespace
 {
 constexpr char kSource[] = "apps/lanternd/CControlTable";
-constexpr std::size_t kMaxFileSize = std::size_t{4} << 20; // bytes
 constexpr int kFileVersion = 1;
 constexpr int kMostDecimals = 7;
 constexpr int kLongestText = 4000; // bytes; a value has to fit into one message
@@ -223,21 +220,6 @@ Control Make(const Json::Value& object, const std::string& path, std::size_t num
     members.Finish();
     return control;
 }
-
-Json::Value ReadFile(const std::string& path)
-{
-    std::string bytes;
-    if (!CAtomicFile::Read(path, bytes, kMaxFileSize))
-        throw CException(__func__, kSource, __LINE__, false, "%s: there is no such file", path.c_str());
-    try
-    {
-        return NJsonFile::ParseObject(bytes);
-    }
-    catch (const std::runtime_error& error)
-    {
-        throw CException(__func__, kSource, __LINE__, false, "%s: %s", path.c_str(), error.what());
-    }
-}
 } // namespace
 
 CControlTable::CControlTable(CEventDispatcher& dispatcher, ProxyOf proxyOf)
@@ -254,7 +236,7 @@ CControlTable::~CControlTable()
 
 void CControlTable::Load(const std::string& path)
 {
-    const Json::Value root = ReadFile(path);
+    const Json::Value root = NJsonFile::ReadObject(path);
     CJsonMembers members(root, path);
     members.TakeInt("version", kFileVersion, kFileVersion);
     std::size_t number = 0;

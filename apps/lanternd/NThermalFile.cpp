@@ -1,38 +1,17 @@
 // Modes and zones have names in the file and numbers in the program.
 #include "apps/lanternd/NThermalFile.h"
 
-#include "software/utility/CAtomicFile.h"
-#include "software/utility/CException.h"
 #include "software/utility/CJsonMembers.h"
 #include "software/utility/NJsonFile.h"
-
-#include <stdexcept>
 
 #include <json/value.h>
 
 namespace
 {
-constexpr char kSource[] = "apps/lanternd/NThermalFile";
-constexpr std::size_t kMaxFileSize = std::size_t{1} << 20; // bytes
 constexpr int kFileVersion = 1;
 constexpr int kMostPercent = 100;
 constexpr const char* kModes[kThermalModes] = {"default", "quiet", "performance"};   // by IThermalMode
 constexpr const char* kZones[kThermalZones] = {"die", "lightSource", "powerSupply"}; // by EThermalZone
-
-Json::Value Read(const std::string& path)
-{
-    std::string bytes;
-    if (!CAtomicFile::Read(path, bytes, kMaxFileSize))
-        throw CException(__func__, kSource, __LINE__, false, "%s: there is no such file", path.c_str());
-    try
-    {
-        return NJsonFile::ParseObject(bytes);
-    }
-    catch (const std::runtime_error& error)
-    {
-        throw CException(__func__, kSource, __LINE__, false, "%s: %s", path.c_str(), error.what());
-    }
-}
 
 std::vector<SFanCurvePoint> TakeCurve(CJsonMembers& members, const char* mode)
 {
@@ -69,7 +48,7 @@ SThermalZoneConfig TakeZone(const Json::Value& zone, const std::string& place)
 
 SThermalConfig NThermalFile::Load(const std::string& path)
 {
-    const Json::Value file = Read(path);
+    const Json::Value file = NJsonFile::ReadObject(path);
     CJsonMembers members(file, path);
     members.TakeInt("version", kFileVersion, kFileVersion);
     SThermalConfig config;

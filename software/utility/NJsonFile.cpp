@@ -1,18 +1,23 @@
 // jsoncpp in strict mode, and what that lets through.
 #include "software/utility/NJsonFile.h"
 
+#include "software/utility/CAtomicFile.h"
+#include "software/utility/CException.h"
 #include "software/utility/NUtf8.h"
 
 #include <json/reader.h>
 #include <json/value.h>
 #include <json/writer.h>
 
+#include <cstddef>
 #include <memory>
 #include <stdexcept>
 
 namespace
 {
+constexpr char kSource[] = "software/utility/NJsonFile";
 constexpr int kMaxDepth = 16;
+constexpr std::size_t kMaxFileSize = std::size_t{1} << 20; // bytes
 
 // jsoncpp reports on several indented lines.
 std::string JoinLines(const std::string& text)
@@ -68,6 +73,21 @@ Json::Value NJsonFile::ParseArray(const std::string& bytes)
     if (!root.isArray())
         throw std::runtime_error("it is not a JSON array");
     return root;
+}
+
+Json::Value NJsonFile::ReadObject(const std::string& path)
+{
+    std::string bytes;
+    if (!CAtomicFile::Read(path, bytes, kMaxFileSize))
+        throw CException(__func__, kSource, __LINE__, false, "%s: there is no such file", path.c_str());
+    try
+    {
+        return ParseObject(bytes);
+    }
+    catch (const std::runtime_error& error)
+    {
+        throw CException(__func__, kSource, __LINE__, false, "%s: %s", path.c_str(), error.what());
+    }
 }
 
 std::string NJsonFile::Print(const Json::Value& value)

@@ -16,6 +16,11 @@ namespace NJsonFile
 Json::Value ParseObject(const std::string& bytes); ///< refuses an array, too
 Json::Value ParseArray(const std::string& bytes);  ///< refuses an object, too
 
+/// A configuration file of ours, of at most 1 MiB.
+/// @throws CException "%s: there is no such file", "%s: REASON" when it is not one object, and as
+///         `CAtomicFile::Read`
+Json::Value ReadObject(const std::string& path);
+
 /// The reverse, indented for people, in UTF-8, with a newline at the end.
 std::string Print(const Json::Value& value);
 
