@@ -255,12 +255,7 @@ void CHdfManager::JoinAtNode(const CHdfManager& other, const char* path, ...) //
     va_start(arguments, path);
     const CPath node(path, arguments);
     va_end(arguments);
-    RequireJoinable(other);
-    HDF* found = hdf_get_obj(other.mHdf, node.Get());
-    if (found == nullptr)
-        throw CException(__func__, kSource, __LINE__, false,
-                         "Failed to join HDF structure.  Node not found at %s.", node.Get());
-    Jump(found);
+    Join(other, node, hdf_get_obj, "Node");
 }
 
 void CHdfManager::JoinAtChild(const CHdfManager& other, const char* path, ...) // NOLINT(cert-dcl50-cpp)
@@ -269,12 +264,15 @@ void CHdfManager::JoinAtChild(const CHdfManager& other, const char* path, ...) /
     va_start(arguments, path);
     const CPath node(path, arguments);
     va_end(arguments);
+    Join(other, node, hdf_get_child, "Child");
+}
+
+void CHdfManager::Join(const CHdfManager& other, const CPath& node, Find find, const char* kind)
+{
     RequireJoinable(other);
-    HDF* found = hdf_get_child(other.mHdf, node.Get());
-    if (found == nullptr)
+    if (!Jump(find(other.mHdf, node.Get())))
         throw CException(__func__, kSource, __LINE__, false,
-                         "Failed to join HDF structure.  Child not found at %s.", node.Get());
-    Jump(found);
+                         "Failed to join HDF structure.  %s not found at %s.", kind, node.Get());
 }
 
 bool CHdfManager::JumpToNext() noexcept

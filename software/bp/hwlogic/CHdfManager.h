@@ -90,6 +90,8 @@ private:
     void NoteChange(bool needsProof) noexcept;
     void RequireTree(int line) const;
     void RequireJoinable(const CHdfManager& other) const;
+    using Find = _hdf* (*)(_hdf* from, const char* path);
+    void Join(const CHdfManager& other, const CPath& node, Find find, const char* kind);
     bool Jump(_hdf* node) noexcept;
     _hdf* GetTree() const noexcept; // what is written: the whole of an owner's
 
