@@ -3,9 +3,10 @@
 
 #include "software/utility/CException.h"
 
+#include <exception>
 #include <string>
 
-/// The message of the `CException` that the call throws; empty when it throws none.
+/// The message of what the call throws; empty when it throws nothing.
 template <typename TCall>
 std::string MessageOf(TCall call)
 {
@@ -16,6 +17,10 @@ std::string MessageOf(TCall call)
     catch (const CException& error)
     {
         return error.GetMessage();
+    }
+    catch (const std::exception& error)
+    {
+        return error.what();
     }
     return std::string();
 }

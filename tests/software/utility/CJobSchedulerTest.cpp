@@ -5,6 +5,7 @@
 #include "tests/support/CAllocationCount.h"
 #include "tests/support/CManualClock.h"
 #include "tests/support/CRecordingLog.h"
+#include "tests/support/MessageOf.h"
 
 #include <gtest/gtest.h>
 
@@ -24,24 +25,6 @@ namespace
 constexpr std::uint32_t kFrequency = 100000000; // that of the fine clock
 constexpr std::uint32_t kCountsPerUs = kFrequency / 1000000;
 constexpr char kInterrupted[] = "Regular processing interrupted due to important job injection";
-
-template <typename TCall>
-std::string MessageOf(TCall call)
-{
-    try
-    {
-        call();
-    }
-    catch (const CException& error)
-    {
-        return error.GetMessage();
-    }
-    catch (const std::exception& error)
-    {
-        return error.what();
-    }
-    return "";
-}
 
 class JobScheduler : public testing::Test
 {
